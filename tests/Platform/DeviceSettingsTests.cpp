@@ -1,0 +1,34 @@
+#include <gtest/gtest.h>
+
+#include "VantrelCore/Platform/DeviceSettings.hpp"
+#include "tests/Support/ScopedDeviceSettings.hpp"
+
+namespace vantrel {
+namespace {
+
+TEST(DeviceSettings, PinsAndRestoresZoneAndLocale) {
+  {
+    testing::ScopedDeviceSettings pinned("Australia/Sydney", "de_DE");
+    EXPECT_EQ(DeviceSettings::timeZoneID(), "Australia/Sydney");
+    EXPECT_EQ(DeviceSettings::localeID(), "de_DE");
+  }
+  EXPECT_EQ(DeviceSettings::timeZoneID(), "UTC");
+  EXPECT_EQ(DeviceSettings::localeID(), "en_US");
+}
+
+TEST(DeviceSettings, RefusesUnknownZoneAndKeepsTheCurrentOne) {
+  EXPECT_THROW(
+      {
+        try {
+          DeviceSettings::setTimeZone("Mars/Olympus_Mons");
+        } catch (const std::invalid_argument& error) {
+          EXPECT_STREQ(error.what(), "unknown time zone 'Mars/Olympus_Mons'");
+          throw;
+        }
+      },
+      std::invalid_argument);
+  EXPECT_EQ(DeviceSettings::timeZoneID(), "UTC");
+}
+
+} // namespace
+} // namespace vantrel
