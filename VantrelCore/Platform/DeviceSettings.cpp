@@ -1,7 +1,6 @@
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
 #include <stdexcept>
-
 #include <unicode/unistr.h>
 
 namespace vantrel {
@@ -19,7 +18,8 @@ std::string DeviceSettings::timeZoneID() {
 }
 
 void DeviceSettings::setTimeZone(std::string_view identifier) {
-  const auto id = icu::UnicodeString::fromUTF8(icu::StringPiece(identifier.data(), int32_t(identifier.size())));
+  const auto id =
+      icu::UnicodeString::fromUTF8(icu::StringPiece(identifier.data(), int32_t(identifier.size())));
   std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(id));
   // createTimeZone answers an unknown identifier with the "Etc/Unknown" zone instead of failing.
   if (!zone || *zone == icu::TimeZone::getUnknown()) {
@@ -28,11 +28,17 @@ void DeviceSettings::setTimeZone(std::string_view identifier) {
   icu::TimeZone::adoptDefault(zone.release());
 }
 
-void DeviceSettings::adoptHostTimeZone() { icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone()); }
+void DeviceSettings::adoptHostTimeZone() {
+  icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
+}
 
-icu::Locale DeviceSettings::locale() { return icu::Locale::getDefault(); }
+icu::Locale DeviceSettings::locale() {
+  return icu::Locale::getDefault();
+}
 
-std::string DeviceSettings::localeID() { return locale().getName(); }
+std::string DeviceSettings::localeID() {
+  return locale().getName();
+}
 
 void DeviceSettings::setLocale(std::string_view identifier) {
   const icu::Locale candidate(std::string(identifier).c_str());

@@ -3,7 +3,6 @@
 #include <memory>
 #include <string>
 #include <string_view>
-
 #include <unicode/locid.h>
 #include <unicode/timezone.h>
 

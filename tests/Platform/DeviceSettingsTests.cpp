@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
+
+#include <gtest/gtest.h>
 
 namespace vantrel {
 namespace {

@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "VantrelCore/Platform/DeviceSettings.hpp"
+
+#include <gtest/gtest.h>
 
 // Every test starts in UTC with the en_US locale, whatever the machine says; tests that need another zone
 // or locale pin it with ScopedDeviceSettings.

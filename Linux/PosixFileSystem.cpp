@@ -1,0 +1,165 @@
+#include "Linux/PosixFileSystem.hpp"
+
+#include "VantrelCore/Platform/FileSystemError.hpp"
+
+#include <cerrno>
+#include <fcntl.h>
+#include <string>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace vantrel {
+namespace {
+
+/// Calls `operation` again while a signal interrupts it.
+template <typename Operation> auto retryingInterrupts(Operation operation) {
+  for (;;) {
+    const auto result = operation();
+    if (result >= 0 || errno != EINTR) {
+      return result;
+    }
+  }
+}
+
+bool isDirectory(const std::filesystem::path& path) {
+  struct stat status {};
+  return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
+}
+
+} // namespace
+
+PosixFileSystem& PosixFileSystem::shared() {
+  static PosixFileSystem instance;
+  return instance;
+}
+
+int PosixFileSystem::createExclusive(const std::filesystem::path& path, mode_t mode) {
+  const int fd =
+      retryingInterrupts([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
+  if (fd < 0) {
+    throw FileSystemError("create", path, errno);
+  }
+  std::lock_guard lock(mutex_);
+  openFiles_[fd] = path;
+  return fd;
+}
+
+void PosixFileSystem::writeAll(int fd, std::string_view bytes) {
+  while (!bytes.empty()) {
+    const ssize_t written = retryingInterrupts([&] { return ::write(fd, bytes.data(), bytes.size()); });
+    if (written < 0) {
+      throw FileSystemError("write", pathOf(fd), errno);
+    }
+    if (written == 0) {
+      // No progress and no error: give up rather than spin.
+      throw FileSystemError("write", pathOf(fd), EIO);
+    }
+    bytes.remove_prefix(static_cast<std::size_t>(written));
+  }
+}
+
+void PosixFileSystem::syncFile(int fd) {
+  if (::fsync(fd) != 0) {
+    throw FileSystemError("fsync", pathOf(fd), errno);
+  }
+}
+
+void PosixFileSystem::closeFile(int fd) {
+  const auto path = pathOf(fd);
+  {
+    std::lock_guard lock(mutex_);
+    openFiles_.erase(fd);
+  }
+  // Linux releases the descriptor even when close reports an error, so it is never retried.
+  if (::close(fd) != 0) {
+    throw FileSystemError("close", path, errno);
+  }
+}
+
+void PosixFileSystem::rename(const std::filesystem::path& from, const std::filesystem::path& to) {
+  if (::rename(from.c_str(), to.c_str()) != 0) {
+    throw FileSystemError("rename", from, to, errno);
+  }
+}
+
+void PosixFileSystem::syncDirectory(const std::filesystem::path& directory) {
+  const int fd =
+      retryingInterrupts([&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
+  if (fd < 0) {
+    throw FileSystemError("open", directory, errno);
+  }
+  const int syncResult = ::fsync(fd);
+  const int syncError = errno;
+  ::close(fd);
+  if (syncResult != 0) {
+    throw FileSystemError("fsync", directory, syncError);
+  }
+}
+
+void PosixFileSystem::removeFile(const std::filesystem::path& path) {
+  if (::unlink(path.c_str()) != 0 && errno != ENOENT) {
+    throw FileSystemError("unlink", path, errno);
+  }
+}
+
+std::optional<std::string> PosixFileSystem::readFile(const std::filesystem::path& path) {
+  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); });
+  if (fd < 0) {
+    if (errno == ENOENT || errno == ENOTDIR) {
+      return std::nullopt;
+    }
+    throw FileSystemError("open", path, errno);
+  }
+  std::string content;
+  char buffer[64 * 1024];
+  for (;;) {
+    const ssize_t count = retryingInterrupts([&] { return ::read(fd, buffer, sizeof buffer); });
+    if (count < 0) {
+      const int readError = errno;
+      ::close(fd);
+      throw FileSystemError("read", path, readError);
+    }
+    if (count == 0) {
+      break;
+    }
+    content.append(buffer, static_cast<std::size_t>(count));
+  }
+  ::close(fd);
+  return content;
+}
+
+void PosixFileSystem::createDirectories(const std::filesystem::path& path, mode_t mode) {
+  std::filesystem::path partial;
+  for (const auto& component : path) {
+    partial /= component;
+    if (::mkdir(partial.c_str(), mode) == 0) {
+      continue;
+    }
+    // EEXIST covers files too, and mkdir on "/" may answer EACCES or EROFS: what counts is a folder there.
+    const int mkdirError = errno;
+    if (!isDirectory(partial)) {
+      throw FileSystemError("mkdir", partial, mkdirError == EEXIST ? ENOTDIR : mkdirError);
+    }
+  }
+}
+
+bool PosixFileSystem::exists(const std::filesystem::path& path) {
+  struct stat status {};
+  if (::stat(path.c_str(), &status) == 0) {
+    return true;
+  }
+  if (errno == ENOENT || errno == ENOTDIR) {
+    return false;
+  }
+  throw FileSystemError("stat", path, errno);
+}
+
+std::filesystem::path PosixFileSystem::pathOf(int fd) {
+  std::lock_guard lock(mutex_);
+  const auto found = openFiles_.find(fd);
+  // A descriptor opened elsewhere is still named by a real path.
+  return found != openFiles_.end() ? found->second
+                                   : std::filesystem::path("/proc/self/fd/" + std::to_string(fd));
+}
+
+} // namespace vantrel

@@ -1,1 +1,0 @@
-// placeholder for the skeleton build

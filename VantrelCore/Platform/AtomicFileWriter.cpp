@@ -1,0 +1,145 @@
+#include "VantrelCore/Platform/AtomicFileWriter.hpp"
+
+#include "VantrelCore/Platform/AtomicWriteError.hpp"
+#include "VantrelCore/Platform/FileSystemError.hpp"
+
+#include <atomic>
+#include <cstdint>
+#include <string>
+#include <unistd.h>
+#include <utility>
+
+namespace vantrel {
+namespace {
+
+// A crash leaves its temp files behind, and a container runs every start under the same pid, so a name
+// can already be taken; a few fresh names are tried before giving up.
+constexpr int maximumTempNameAttempts = 16;
+
+std::filesystem::path nextTempPath(const std::filesystem::path& target) {
+  static std::atomic<std::uint64_t> counter{0};
+  const std::string name = target.filename().string() + "." + std::to_string(::getpid()) + "-" +
+                           std::to_string(++counter) + std::string(AtomicFileWriter::atomicTempSuffix);
+  return target.parent_path() / name;
+}
+
+bool isContinuation(unsigned char byte) {
+  return (byte & 0xC0) == 0x80;
+}
+
+/// Strict UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF, no cut-off sequences.
+bool isValidUTF8(std::string_view text) {
+  std::size_t index = 0;
+  while (index < text.size()) {
+    const auto lead = static_cast<unsigned char>(text[index]);
+    if (lead < 0x80) {
+      ++index;
+      continue;
+    }
+    std::size_t length = 0;
+    unsigned char secondMinimum = 0x80;
+    unsigned char secondMaximum = 0xBF;
+    if (lead >= 0xC2 && lead <= 0xDF) {
+      length = 2;
+    } else if (lead >= 0xE0 && lead <= 0xEF) {
+      length = 3;
+      if (lead == 0xE0) {
+        secondMinimum = 0xA0; // shorter forms are overlong
+      } else if (lead == 0xED) {
+        secondMaximum = 0x9F; // D800-DFFF are surrogates
+      }
+    } else if (lead >= 0xF0 && lead <= 0xF4) {
+      length = 4;
+      if (lead == 0xF0) {
+        secondMinimum = 0x90;
+      } else if (lead == 0xF4) {
+        secondMaximum = 0x8F; // beyond U+10FFFF otherwise
+      }
+    } else {
+      return false;
+    }
+    if (text.size() - index < length) {
+      return false;
+    }
+    const auto second = static_cast<unsigned char>(text[index + 1]);
+    if (second < secondMinimum || second > secondMaximum) {
+      return false;
+    }
+    for (std::size_t offset = 2; offset < length; ++offset) {
+      if (!isContinuation(static_cast<unsigned char>(text[index + offset]))) {
+        return false;
+      }
+    }
+    index += length;
+  }
+  return true;
+}
+
+} // namespace
+
+AtomicFileWriter::AtomicFileWriter(FileSystem& fileSystem) : fileSystem_(fileSystem) {}
+
+void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::path& target,
+                                 mode_t mode) const {
+  const std::filesystem::path directory = target.has_parent_path() ? target.parent_path() : ".";
+  std::filesystem::path tempPath;
+  int fd = -1;
+  bool renamed = false;
+  // Undoes what was done so far; its own failures cannot be reported better than the one being thrown.
+  auto discardTemp = [&] {
+    if (fd >= 0) {
+      try {
+        fileSystem_.closeFile(fd);
+      } catch (const FileSystemError&) {
+      }
+    }
+    if (!tempPath.empty() && !renamed) {
+      try {
+        fileSystem_.removeFile(tempPath);
+      } catch (const FileSystemError&) {
+      }
+    }
+  };
+  try {
+    for (int attempt = 1; fd < 0; ++attempt) {
+      const auto candidate = nextTempPath(target);
+      try {
+        fd = fileSystem_.createExclusive(candidate, mode);
+        tempPath = candidate;
+      } catch (const FileSystemError& error) {
+        if (error.code() != std::errc::file_exists || attempt == maximumTempNameAttempts) {
+          throw;
+        }
+      }
+    }
+    fileSystem_.writeAll(fd, bytes);
+    // A failed fsync is never retried: the kernel may already have dropped the dirty pages it reported.
+    fileSystem_.syncFile(fd);
+    fileSystem_.closeFile(std::exchange(fd, -1));
+    fileSystem_.rename(tempPath, target);
+    renamed = true;
+    fileSystem_.syncDirectory(directory);
+  } catch (const FileSystemError& error) {
+    discardTemp();
+    throw AtomicWriteError::writeFailed(target, error);
+  } catch (...) {
+    discardTemp();
+    throw;
+  }
+}
+
+void AtomicFileWriter::writeString(std::string_view text, const std::filesystem::path& target,
+                                   mode_t mode) const {
+  if (!isValidUTF8(text)) {
+    throw AtomicWriteError::encodingFailed(target);
+  }
+  writeData(text, target, mode);
+}
+
+bool AtomicFileWriter::isOurTempFile(const std::filesystem::path& path) {
+  const std::string text = path.generic_string();
+  return text.ends_with(atomicTempSuffix) ||
+         text.find("/" + std::string(atomicTempSuffix) + "/") != std::string::npos;
+}
+
+} // namespace vantrel

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "VantrelCore/Platform/FileSystem.hpp"
+
+#include <filesystem>
+#include <string_view>
+#include <sys/types.h>
+
+namespace vantrel {
+
+/// Replaces files so that a reader sees either the old content or the new, never a mix, also after a crash:
+/// a temp file in the target's folder is written, synced, renamed over the target, then the folder is
+/// synced. The target's folder must already exist. Renaming over a symlink replaces the link itself.
+class AtomicFileWriter {
+public:
+  /// Temp files end with this; a folder of that name holds temp files too.
+  static constexpr std::string_view atomicTempSuffix = ".vantrel.tmp";
+
+  explicit AtomicFileWriter(FileSystem& fileSystem);
+
+  /// Throws AtomicWriteError (writeFailed) naming `target` and the failed step; no temp file is left.
+  void writeData(std::string_view bytes, const std::filesystem::path& target, mode_t mode = 0600) const;
+  /// As writeData, after checking that `text` is well-formed UTF-8 (else AtomicWriteError encodingFailed).
+  void writeString(std::string_view text, const std::filesystem::path& target, mode_t mode = 0600) const;
+
+  /// Whether `path` is one of our temp files, left behind by a crash and safe to delete.
+  static bool isOurTempFile(const std::filesystem::path& path);
+
+private:
+  FileSystem& fileSystem_;
+};
+
+} // namespace vantrel
