@@ -10,8 +10,8 @@ std::string describe(const std::string& codingPath, const std::string& debugDesc
 } // namespace
 
 DecodingError::DecodingError(Kind kind, std::string codingPath, std::string debugDescription)
-    : std::runtime_error(describe(codingPath, debugDescription)), kind_(kind), codingPath_(std::move(codingPath)),
-      debugDescription_(std::move(debugDescription)) {}
+    : std::runtime_error(describe(codingPath, debugDescription)), kind_(kind),
+      codingPath_(std::move(codingPath)), debugDescription_(std::move(debugDescription)) {}
 
 DecodingError DecodingError::nestedIn(const std::string& outer) const {
   return DecodingError(kind_, codingPath_.empty() ? outer : outer + "/" + codingPath_, debugDescription_);

@@ -1,0 +1,160 @@
+#include "VantrelCore/Model/TimeFormat.hpp"
+
+#include "VantrelCore/Platform/DeviceSettings.hpp"
+#include "VantrelCore/Platform/ProgramError.hpp"
+
+#include <cmath>
+#include <cstdint>
+#include <cstdio>
+#include <cstdlib>
+#include <memory>
+#include <unicode/smpdtfmt.h>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+namespace vantrel {
+namespace {
+
+// Device locale and zone. The calendar keyword keeps it Gregorian where the locale defaults to another
+// calendar (th_TH, fa_IR), so years read the same everywhere and a parsed clock time lands on 1970-01-01.
+std::unique_ptr<icu::SimpleDateFormat> deviceFormatter(const char16_t* pattern) {
+  UErrorCode status = U_ZERO_ERROR;
+  icu::Locale locale = DeviceSettings::locale();
+  locale.setKeywordValue("calendar", "gregorian", status);
+  auto formatter = std::make_unique<icu::SimpleDateFormat>(icu::UnicodeString(pattern), locale, status);
+  if (U_FAILURE(status)) {
+    programError(std::string("cannot create a date formatter: ") + u_errorName(status));
+  }
+  formatter->adoptTimeZone(DeviceSettings::timeZone().release());
+  return formatter;
+}
+
+std::string format(const char16_t* pattern, Date instant) {
+  icu::UnicodeString text;
+  deviceFormatter(pattern)->format(instant.icuMilliseconds(), text);
+  std::string utf8;
+  text.toUTF8String(utf8);
+  return utf8;
+}
+
+// Unicode white space and newlines: the space separators (Zs, which include U+00A0, U+2007 and U+3000),
+// the line and paragraph separators U+2028 and U+2029, tab, LF, VT, FF, CR and NEL.
+bool isWhiteSpaceOrNewline(UChar32 character) {
+  if (character < 0) {
+    return false;
+  }
+  const auto type = u_charType(character);
+  return type == U_SPACE_SEPARATOR || type == U_LINE_SEPARATOR || type == U_PARAGRAPH_SEPARATOR ||
+         (character >= 0x09 && character <= 0x0D) || character == 0x85;
+}
+
+// Works on the UTF-8 bytes so that whatever lies between the trimmed ends is kept byte for byte.
+std::string_view trimmed(std::string_view text) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = std::int32_t(text.size());
+  std::int32_t start = 0;
+  while (start < length) {
+    std::int32_t next = start;
+    UChar32 character = 0;
+    U8_NEXT(bytes, next, length, character);
+    if (!isWhiteSpaceOrNewline(character)) {
+      break;
+    }
+    start = next;
+  }
+  std::int32_t end = length;
+  while (end > start) {
+    std::int32_t previous = end;
+    UChar32 character = 0;
+    U8_PREV(bytes, start, previous, character);
+    if (!isWhiteSpaceOrNewline(character)) {
+      break;
+    }
+    end = previous;
+  }
+  return text.substr(std::size_t(start), std::size_t(end - start));
+}
+
+std::string_view meridiemSuffix(std::string_view clock) {
+  for (const std::string_view suffix : {" AM", " PM"}) {
+    if (clock.ends_with(suffix)) {
+      return suffix;
+    }
+  }
+  return {};
+}
+
+} // namespace
+
+std::string TimeFormat::clock(Date instant) {
+  return format(u"h:mm a", instant);
+}
+
+std::optional<Date> TimeFormat::dateFromHHmm(std::string_view text) {
+  const auto formatter = deviceFormatter(u"HH:mm");
+  formatter->setLenient(false);
+  const auto input = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), std::int32_t(text.size())));
+  icu::ParsePosition position(0);
+  const UDate millis = formatter->parse(input, position);
+  // ICU reports success for a time followed by anything else; the whole text has to be the time.
+  if (position.getErrorIndex() >= 0 || position.getIndex() == 0 || position.getIndex() != input.length()) {
+    return std::nullopt;
+  }
+  return Date::fromICUMilliseconds(millis);
+}
+
+std::string TimeFormat::clockFromHHmm(std::string_view text) {
+  if (const auto date = dateFromHHmm(text)) {
+    return clock(*date);
+  }
+  return std::string(text);
+}
+
+std::pair<std::string, std::string> TimeFormat::rangeParts(Date start, Date end) {
+  std::string first = clock(start);
+  std::string second = clock(end);
+  const std::string_view suffix = meridiemSuffix(first);
+  if (!suffix.empty() && suffix == meridiemSuffix(second)) {
+    first.resize(first.size() - suffix.size());
+    const auto begin = first.find_first_not_of(" \t");
+    first = begin == std::string::npos ? std::string()
+                                       : first.substr(begin, first.find_last_not_of(" \t") - begin + 1);
+  }
+  return {std::move(first), std::move(second)};
+}
+
+std::string TimeFormat::range(Date start, Date end) {
+  const auto [first, second] = rangeParts(start, end);
+  return first + " \u2013 " + second;
+}
+
+std::string TimeFormat::duration(double seconds) {
+  const double minutes = seconds / 60.0;
+  if (!std::isfinite(minutes) || minutes < -0x1p63 || minutes >= 0x1p63) {
+    programError("TimeFormat::duration: " + std::to_string(seconds) +
+                 " seconds is not a representable length");
+  }
+  const auto wholeMinutes = static_cast<std::int64_t>(minutes);
+  const std::int64_t clamped = wholeMinutes > 0 ? wholeMinutes : 0;
+  const std::int64_t hours = clamped / 60;
+  const std::int64_t rest = clamped % 60;
+  if (wholeMinutes > 59) {
+    return rest == 0 ? std::to_string(hours) + "h"
+                     : std::to_string(hours) + "h " + std::to_string(rest) + "m";
+  }
+  return std::to_string(rest) + "m";
+}
+
+std::string TimeFormat::inboxTriageNote(std::string_view title, std::optional<std::string_view> body,
+                                        Date at) {
+  std::string note = "**" + format(u"yyyy-MM-dd HH:mm zzz", at) + ":** (" + std::string(title) + ")";
+  if (body) {
+    if (const std::string_view text = trimmed(*body); !text.empty()) {
+      note += ' ';
+      note += text;
+    }
+  }
+  return note;
+}
+
+} // namespace vantrel
