@@ -1,0 +1,73 @@
+#pragma once
+
+#include "VantrelCore/JSON/JSONWriter.hpp"
+#include "VantrelCore/JSON/RapidJSON.hpp"
+#include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Model/Date.hpp"
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+/// Parses a whole JSON text. Throws DecodingError (dataCorrupted) naming the line and column of the fault.
+rapidjson::Document parseJSON(std::string_view text);
+
+/// The kind of a JSON value as errors name it: "string", "integer", "number", "bool", "null", "object",
+/// "array".
+std::string_view jsonKindName(const rapidjson::Value& value);
+
+/// Typed reads of one JSON value. Each throws DecodingError (typeMismatch) "expected <kind>, got <kind>"
+/// with an empty coding path; callers add the path as the error travels outwards.
+std::string_view readJSONString(const rapidjson::Value& value);
+std::int64_t readJSONInt64(const rapidjson::Value& value);
+bool readJSONBool(const rapidjson::Value& value);
+double readJSONNumber(const rapidjson::Value& value);
+const rapidjson::Value& readJSONObject(const rapidjson::Value& value);
+
+/// Value codecs for every kind a record field can hold; the record codec is built from these.
+inline void writeJSONValue(JSONWriter& writer, const std::string& value) {
+  writer.string(value);
+}
+inline void writeJSONValue(JSONWriter& writer, std::int64_t value) {
+  writer.int64(value);
+}
+inline void writeJSONValue(JSONWriter& writer, bool value) {
+  writer.boolean(value);
+}
+inline void writeJSONValue(JSONWriter& writer, Date value) {
+  writer.date(value);
+}
+inline void writeJSONValue(JSONWriter& writer, const CalendarDate& value) {
+  writer.string(value.description());
+}
+
+inline void readJSONValue(const rapidjson::Value& value, std::string& target) {
+  target = readJSONString(value);
+}
+inline void readJSONValue(const rapidjson::Value& value, std::int64_t& target) {
+  target = readJSONInt64(value);
+}
+inline void readJSONValue(const rapidjson::Value& value, bool& target) {
+  target = readJSONBool(value);
+}
+inline void readJSONValue(const rapidjson::Value& value, Date& target) {
+  target = Date{readJSONNumber(value)};
+}
+inline void readJSONValue(const rapidjson::Value& value, CalendarDate& target) {
+  target = CalendarDate::decode(readJSONString(value));
+}
+/// JSON null reads as absent, like a missing key.
+template <class T> void readJSONValue(const rapidjson::Value& value, std::optional<T>& target) {
+  if (value.IsNull()) {
+    target.reset();
+    return;
+  }
+  T inner{};
+  readJSONValue(value, inner);
+  target = std::move(inner);
+}
+
+} // namespace vantrel

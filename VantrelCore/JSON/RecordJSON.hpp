@@ -1,0 +1,91 @@
+#pragma once
+
+#include "VantrelCore/JSON/JSONValue.hpp"
+#include "VantrelCore/JSON/JSONWriter.hpp"
+#include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Model/RecordField.hpp"
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+/// Writes a record as one JSON object whose keys are its field names; absent optional fields are left out.
+template <class Record> void encodeRecord(JSONWriter& writer, const Record& record) {
+  writer.startObject();
+  forEachRecordField<Record>([&](const auto& field) {
+    const auto& value = record.*field.member;
+    if constexpr (isOptionalField<std::decay_t<decltype(value)>>) {
+      if (value) {
+        writer.key(field.key);
+        writeJSONValue(writer, *value);
+      }
+    } else {
+      writer.key(field.key);
+      writeJSONValue(writer, value);
+    }
+  });
+  writer.endObject();
+}
+
+template <class Record> std::string encodeRecordJSON(const Record& record) {
+  JSONWriter writer;
+  encodeRecord(writer, record);
+  return std::string(writer.text());
+}
+
+namespace detail {
+
+/// How errors name a record: its type and, when the object carries one, its record name.
+std::string describeRecord(std::string_view typeName, const rapidjson::Value& object);
+
+} // namespace detail
+
+/// Reads a record from a JSON object. Every non-optional field is required; unknown keys are ignored so
+/// that a newer writer's extra fields do not lock out an older reader. Throws DecodingError whose coding
+/// path is the key and whose text names the record and the key.
+template <class Record> Record decodeRecord(const rapidjson::Value& value) {
+  static_assert(recordFieldCount<Record>() <= 32);
+  if (!value.IsObject()) {
+    throw DecodingError(DecodingError::Kind::typeMismatch, "",
+                        std::string(Record::typeName) + " must be a JSON object, got " +
+                            std::string(jsonKindName(value)));
+  }
+  Record record;
+  std::uint32_t seen = 0;
+  for (const auto& member : value.GetObject()) {
+    const std::string_view key(member.name.GetString(), member.name.GetStringLength());
+    std::uint32_t bit = 1;
+    forEachRecordField<Record>([&](const auto& field) {
+      if (field.key == key) {
+        try {
+          readJSONValue(member.value, record.*field.member);
+        } catch (const DecodingError& error) {
+          throw DecodingError(error.kind(), std::string(key),
+                              detail::describeRecord(Record::typeName, value) + " key '" + std::string(key) +
+                                  "': " + error.debugDescription());
+        }
+        seen |= bit;
+      }
+      bit <<= 1;
+    });
+  }
+  std::uint32_t bit = 1;
+  forEachRecordField<Record>([&](const auto& field) {
+    using Value = typename std::decay_t<decltype(field)>::ValueType;
+    if (!isOptionalField<Value> && !(seen & bit)) {
+      throw DecodingError(DecodingError::Kind::keyNotFound, std::string(field.key),
+                          detail::describeRecord(Record::typeName, value) + " is missing required key '" +
+                              std::string(field.key) + "'");
+    }
+    bit <<= 1;
+  });
+  return record;
+}
+
+template <class Record> Record decodeRecordJSON(std::string_view text) {
+  return decodeRecord<Record>(parseJSON(text));
+}
+
+} // namespace vantrel
