@@ -1,6 +1,28 @@
 #include <iostream>
 
-int main() {
-  std::cout << "vantrel " << VANTREL_VERSION << "\n";
+#include <CLI/CLI.hpp>
+
+#include "Tools/vantrel/AboutCommand.hpp"
+#include "Tools/vantrel/CommandEnvironment.hpp"
+
+int main(int argc, char** argv) {
+  using namespace vantrel::cli;
+  CLI::App app("Vantrel: plan your day into the gaps between your calendar events.", "vantrel");
+  app.set_version_flag("--version", std::string("vantrel ") + VANTREL_VERSION);
+  app.require_subcommand(1);
+  GlobalOptions options;
+  options.addTo(app);
+
+  auto* about = app.add_subcommand("about", "Show the version, the time the run sees and where the files live");
+  about->callback([&] { runAboutCommand(CommandEnvironment::make(options), std::cout); });
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const std::exception& error) {
+    std::cerr << "vantrel: " << error.what() << "\n";
+    return 1;
+  }
   return 0;
 }

@@ -1,0 +1,13 @@
+#pragma once
+
+#include <ostream>
+
+#include "Tools/vantrel/CommandEnvironment.hpp"
+
+namespace vantrel::cli {
+
+/// `vantrel about`: the version, the instant and day the run sees, the device zone and locale, and where
+/// the profile's files live.
+void runAboutCommand(const CommandEnvironment& environment, std::ostream& out);
+
+} // namespace vantrel::cli

@@ -1,0 +1,40 @@
+#include "Tools/vantrel/CommandEnvironment.hpp"
+
+#include "Tools/vantrel/InstantArgument.hpp"
+#include "VantrelCore/Platform/DeviceSettings.hpp"
+#include "VantrelCore/Platform/FixedClock.hpp"
+#include "VantrelCore/Platform/SystemClock.hpp"
+
+namespace vantrel::cli {
+
+void GlobalOptions::addTo(CLI::App& app) {
+  app.add_option("--profile", profile,
+                 "Keep every file of this run under DIR (default: $VANTREL_HOME, else the XDG folders)")
+      ->option_text("DIR");
+  app.add_option("--now", now, "Run as if it were this instant: YYYY-MM-DDTHH:MM[:SS] with optional Z or ±HH:MM")
+      ->option_text("TIME");
+  app.add_option("--tz", timeZone, "Use this IANA time zone as the device zone, e.g. Europe/Berlin")
+      ->option_text("ZONE");
+  app.add_flag("--json", json, "Print stable JSON instead of text for people");
+}
+
+CommandEnvironment::CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths, bool json)
+    : clock_(std::move(clock)), paths_(std::move(paths)), json_(json) {}
+
+CommandEnvironment CommandEnvironment::make(const GlobalOptions& options) {
+  if (options.timeZone) {
+    DeviceSettings::setTimeZone(*options.timeZone);
+  }
+  // --now is read after --tz, so a wall time without an offset means that zone's wall time.
+  std::unique_ptr<Clock> clock;
+  if (options.now) {
+    clock = std::make_unique<FixedClock>(parseInstantArgument(*options.now));
+  } else {
+    clock = std::make_unique<SystemClock>();
+  }
+  auto paths = VantrelPaths::resolve(options.profile ? std::optional<std::filesystem::path>(*options.profile)
+                                                     : std::nullopt);
+  return CommandEnvironment(std::move(clock), std::move(paths), options.json);
+}
+
+} // namespace vantrel::cli

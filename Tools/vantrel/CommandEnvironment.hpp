@@ -1,0 +1,44 @@
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+
+#include <CLI/CLI.hpp>
+
+#include "VantrelCore/Platform/Clock.hpp"
+#include "VantrelCore/Platform/VantrelPaths.hpp"
+
+namespace vantrel::cli {
+
+/// The options every command understands, as given on the command line.
+struct GlobalOptions {
+  std::optional<std::string> profile;
+  std::optional<std::string> now;
+  std::optional<std::string> timeZone;
+  bool json = false;
+
+  void addTo(CLI::App& app);
+};
+
+/// What a command runs in once the global options are applied: the clock (`--now` fixes it), the device
+/// zone (`--tz`), where the profile's files live (`--profile`, VANTREL_HOME or the XDG folders) and the
+/// output form (`--json`).
+class CommandEnvironment {
+public:
+  /// Applies `--tz` to the process and reads `--now`; throws std::invalid_argument with the user's text.
+  static CommandEnvironment make(const GlobalOptions& options);
+
+  const Clock& clock() const { return *clock_; }
+  const VantrelPaths& paths() const { return paths_; }
+  bool json() const { return json_; }
+
+private:
+  CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths, bool json);
+
+  std::unique_ptr<Clock> clock_;
+  VantrelPaths paths_;
+  bool json_;
+};
+
+} // namespace vantrel::cli

@@ -1,0 +1,70 @@
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+
+#include "VantrelCore/JSON/JSONValue.hpp"
+
+namespace vantrel {
+namespace {
+
+struct Run {
+  std::string output;
+  int exitCode = -1;
+};
+
+// Runs the real program, as a person would from a shell, with stderr folded into the output.
+Run vantrel(const std::string& arguments) {
+  const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
+  EXPECT_NE(binaryDir, nullptr) << "VANTREL_BINARY_DIR is set by CTest";
+  const std::string command =
+      "env -u VANTREL_HOME LANG=en_US.UTF-8 " + std::string(binaryDir) + "/Tools/vantrel/vantrel " + arguments + " 2>&1";
+  Run run;
+  FILE* pipe = popen(command.c_str(), "r");
+  std::array<char, 4096> buffer{};
+  while (const auto read = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+    run.output.append(buffer.data(), read);
+  }
+  const int status = pclose(pipe);
+  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+  return run;
+}
+
+TEST(VantrelCommand, AboutReportsTheRunsInstantZoneAndProfile) {
+  const auto run = vantrel("--profile /tmp/vantrel-profile --tz Pacific/Tongatapu --now 2026-03-07T23:30 --json about");
+  ASSERT_EQ(run.exitCode, 0) << run.output;
+  const auto about = parseJSON(run.output);
+  EXPECT_EQ(readJSONNumber(about["now"]), 794572200); // 10:30 UTC, 13 hours behind Tongatapu
+  EXPECT_EQ(readJSONString(about["today"]), "2026-03-07");
+  EXPECT_EQ(readJSONString(about["timeZone"]), "Pacific/Tongatapu");
+  EXPECT_EQ(readJSONString(about["applicationSupportDirectory"]), "/tmp/vantrel-profile");
+  EXPECT_EQ(readJSONString(about["appGroupContainerDirectory"]), "/tmp/vantrel-profile/group.com.vantrel.vantrel.gen1");
+
+  const auto text = vantrel("--profile /tmp/vantrel-profile --tz Pacific/Pago_Pago --now 2026-03-07T23:30 about");
+  ASSERT_EQ(text.exitCode, 0) << text.output;
+  EXPECT_NE(text.output.find("today                 2026-03-07 (Saturday)"), std::string::npos) << text.output;
+}
+
+TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
+  const struct {
+    const char* arguments;
+    const char* message;
+  } cases[] = {
+      {"--tz Mars/Olympus about", "vantrel: unknown time zone 'Mars/Olympus'\n"},
+      {"--now soon about", "vantrel: invalid --now 'soon': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or "
+                           "±HH:MM offset\n"},
+  };
+  for (const auto& c : cases) {
+    const auto run = vantrel(c.arguments);
+    EXPECT_EQ(run.exitCode, 1) << c.arguments;
+    EXPECT_EQ(run.output, c.message);
+  }
+  EXPECT_NE(vantrel("").exitCode, 0);
+  EXPECT_EQ(vantrel("--version").output, "vantrel " VANTREL_VERSION "\n");
+}
+
+} // namespace
+} // namespace vantrel
