@@ -1,6 +1,7 @@
 // Which JSON library for the whole code base: encode, raw parse, and parse into records of a
 // snapshot-shaped file of 100k tasks, with nlohmann-json, RapidJSON and simdjson, each mapping the records
 // through the same field lists. Peak memory is measured in a forked child per case.
+#include "VantrelCore/JSON/RecordJSON.hpp"
 #include "bench/Support/GeneratedDataSet.hpp"
 #include "bench/Support/PeakMemory.hpp"
 
@@ -8,9 +9,6 @@
 #include <charconv>
 #include <map>
 #include <nlohmann/json.hpp>
-#include <rapidjson/document.h>
-#include <rapidjson/stringbuffer.h>
-#include <rapidjson/writer.h>
 #include <simdjson.h>
 #include <stdexcept>
 #include <string>
@@ -19,37 +17,7 @@
 namespace vantrel::bench {
 namespace {
 
-// ---- Encoding: one generic walk over the field lists, one writer per library.
-
-template <class Writer> void writeValue(Writer& writer, const std::string& value) {
-  writer.string(value);
-}
-template <class Writer> void writeValue(Writer& writer, std::int64_t value) {
-  writer.int64(value);
-}
-template <class Writer> void writeValue(Writer& writer, bool value) {
-  writer.boolean(value);
-}
-template <class Writer> void writeValue(Writer& writer, Date value) {
-  writer.number(value.secondsSinceReferenceDate);
-}
-
-template <class Writer, class Record> void encodeRecord(Writer& writer, const Record& record) {
-  writer.startObject();
-  forEachRecordField<Record>([&](const auto& field) {
-    const auto& value = record.*field.member;
-    if constexpr (isOptionalField<std::decay_t<decltype(value)>>) {
-      if (value) {
-        writer.key(field.key);
-        writeValue(writer, *value);
-      }
-    } else {
-      writer.key(field.key);
-      writeValue(writer, value);
-    }
-  });
-  writer.endObject();
-}
+// ---- Encoding: the production record encoder, one writer per library.
 
 template <class Writer> void encodeSnapshot(Writer& writer, const GeneratedDataSet& data) {
   writer.startObject();
@@ -83,26 +51,6 @@ std::string_view formatDouble(double value, char (&buffer)[64]) {
   const auto end = std::to_chars(buffer, buffer + sizeof buffer, value, std::chars_format::fixed).ptr;
   return {buffer, std::size_t(end - buffer)};
 }
-
-class RapidJSONWriter {
-public:
-  void startObject() { writer_.StartObject(); }
-  void endObject() { writer_.EndObject(); }
-  void key(std::string_view key) { writer_.Key(key.data(), rapidjson::SizeType(key.size())); }
-  void string(std::string_view value) { writer_.String(value.data(), rapidjson::SizeType(value.size())); }
-  void int64(std::int64_t value) { writer_.Int64(value); }
-  void boolean(bool value) { writer_.Bool(value); }
-  void number(double value) {
-    char buffer[64];
-    const auto text = formatDouble(value, buffer);
-    writer_.RawValue(text.data(), text.size(), rapidjson::kNumberType);
-  }
-  std::string_view text() const { return {buffer_.GetString(), buffer_.GetSize()}; }
-
-private:
-  rapidjson::StringBuffer buffer_;
-  rapidjson::Writer<rapidjson::StringBuffer> writer_{buffer_};
-};
 
 /// What encoding with simdjson means: it has no writer, so the text is built by hand.
 class HandWriter {
@@ -236,7 +184,7 @@ void readValue(Value&& value, std::optional<Target>& target) {
     target = std::move(inner);
   }
 }
-template <class Library, class Record, class Value> Record decodeRecord(Value&& object) {
+template <class Library, class Record, class Value> Record decodeRecordGeneric(Value&& object) {
   Record record;
   std::uint32_t seen = 0;
   Library::members(object, [&](std::string_view key, auto&& value) {
@@ -268,7 +216,7 @@ template <class Library, class Value> GeneratedDataSet decodeSnapshot(Value&& ro
     } else if (key == "currentUserRef") {
       data.currentUserRef = Library::string(value);
     } else if (key == "schemaVersion") {
-      data.schemaVersion = decodeRecord<Library, SchemaVersionRecord>(value);
+      data.schemaVersion = Library::template record<SchemaVersionRecord>(value);
     } else {
       std::apply(
           [&](const auto&... map) {
@@ -282,7 +230,7 @@ template <class Library, class Value> GeneratedDataSet decodeSnapshot(Value&& ro
                   Library::members(value, [&](std::string_view name, auto&& recordValue) {
                     std::string recordName(name);
                     target.insert_or_assign(std::move(recordName),
-                                            decodeRecord<Library, Record>(recordValue));
+                                            Library::template record<Record>(recordValue));
                   });
                 }(),
                 ...);
@@ -297,8 +245,10 @@ template <class Library, class Value> GeneratedDataSet decodeSnapshot(Value&& ro
   throw std::runtime_error(std::string("expected ") + expected);
 }
 
+/// The production codec: the candidate that won is measured as it ships.
 struct RapidJSONReader {
   using Value = rapidjson::Value;
+  template <class Record> static Record record(const Value& value) { return decodeRecord<Record>(value); }
   template <class Visit> static void members(const Value& value, Visit&& visit) {
     if (!value.IsObject()) {
       wrongType("object");
@@ -325,6 +275,9 @@ struct RapidJSONReader {
 
 struct NlohmannReader {
   using Value = nlohmann::json;
+  template <class Record> static Record record(const Value& value) {
+    return decodeRecordGeneric<NlohmannReader, Record>(value);
+  }
   template <class Visit> static void members(const Value& value, Visit&& visit) {
     if (!value.is_object()) {
       wrongType("object");
@@ -351,6 +304,9 @@ struct NlohmannReader {
 
 struct SimdjsonDOMReader {
   using Value = simdjson::dom::element;
+  template <class Record> static Record record(const Value& value) {
+    return decodeRecordGeneric<SimdjsonDOMReader, Record>(value);
+  }
   template <class Visit> static void members(const Value& value, Visit&& visit) {
     simdjson::dom::object object;
     if (value.get(object)) {
@@ -381,6 +337,9 @@ struct SimdjsonDOMReader {
 
 struct SimdjsonOnDemandReader {
   using Value = simdjson::ondemand::value;
+  template <class Record> static Record record(Value& value) {
+    return decodeRecordGeneric<SimdjsonOnDemandReader, Record>(value);
+  }
   template <class Visit> static void members(Value& value, Visit&& visit) {
     simdjson::ondemand::object object;
     if (value.get_object().get(object)) {
@@ -426,17 +385,15 @@ struct SimdjsonOnDemandReader {
 
 // ---- The candidates, each as: encode, raw parse, parse into records.
 
-constexpr auto rapidParseFlags = rapidjson::kParseFullPrecisionFlag | rapidjson::kParseValidateEncodingFlag;
-
 struct RapidJSON {
   static std::string encode(const GeneratedDataSet& data) {
-    RapidJSONWriter writer;
+    JSONWriter writer;
     encodeSnapshot(writer, data);
     return std::string(writer.text());
   }
   static std::size_t parse(const std::string& text) {
     rapidjson::Document document;
-    document.Parse<rapidParseFlags>(text.data(), text.size());
+    document.Parse<jsonParseFlags>(text.data(), text.size());
     if (document.HasParseError()) {
       throw std::runtime_error("RapidJSON parse failed");
     }
@@ -444,7 +401,7 @@ struct RapidJSON {
   }
   static GeneratedDataSet decode(const std::string& text) {
     rapidjson::Document document;
-    document.Parse<rapidParseFlags>(text.data(), text.size());
+    document.Parse<jsonParseFlags>(text.data(), text.size());
     if (document.HasParseError()) {
       throw std::runtime_error("RapidJSON parse failed");
     }
@@ -458,7 +415,7 @@ struct RapidJSONInSitu {
   static std::size_t parse(const std::string& text) {
     std::string buffer = text;
     rapidjson::Document document;
-    document.ParseInsitu<rapidParseFlags>(buffer.data());
+    document.ParseInsitu<jsonParseFlags>(buffer.data());
     if (document.HasParseError()) {
       throw std::runtime_error("RapidJSON parse failed");
     }
@@ -467,7 +424,7 @@ struct RapidJSONInSitu {
   static GeneratedDataSet decode(const std::string& text) {
     std::string buffer = text;
     rapidjson::Document document;
-    document.ParseInsitu<rapidParseFlags>(buffer.data());
+    document.ParseInsitu<jsonParseFlags>(buffer.data());
     if (document.HasParseError()) {
       throw std::runtime_error("RapidJSON parse failed");
     }

@@ -27,20 +27,21 @@ bool readJSONBool(const rapidjson::Value& value);
 double readJSONNumber(const rapidjson::Value& value);
 const rapidjson::Value& readJSONObject(const rapidjson::Value& value);
 
-/// Value codecs for every kind a record field can hold; the record codec is built from these.
-inline void writeJSONValue(JSONWriter& writer, const std::string& value) {
+/// Value codecs for every kind a record field can hold; the record codec is built from these. The writer
+/// is any type with JSONWriter's calls.
+template <class Writer> void writeJSONValue(Writer& writer, const std::string& value) {
   writer.string(value);
 }
-inline void writeJSONValue(JSONWriter& writer, std::int64_t value) {
+template <class Writer> void writeJSONValue(Writer& writer, std::int64_t value) {
   writer.int64(value);
 }
-inline void writeJSONValue(JSONWriter& writer, bool value) {
+template <class Writer> void writeJSONValue(Writer& writer, bool value) {
   writer.boolean(value);
 }
-inline void writeJSONValue(JSONWriter& writer, Date value) {
-  writer.date(value);
+template <class Writer> void writeJSONValue(Writer& writer, Date value) {
+  writer.number(value.secondsSinceReferenceDate);
 }
-inline void writeJSONValue(JSONWriter& writer, const CalendarDate& value) {
+template <class Writer> void writeJSONValue(Writer& writer, const CalendarDate& value) {
   writer.string(value.description());
 }
 

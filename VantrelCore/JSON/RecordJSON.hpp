@@ -12,7 +12,7 @@
 namespace vantrel {
 
 /// Writes a record as one JSON object whose keys are its field names; absent optional fields are left out.
-template <class Record> void encodeRecord(JSONWriter& writer, const Record& record) {
+template <class Writer, class Record> void encodeRecord(Writer& writer, const Record& record) {
   writer.startObject();
   forEachRecordField<Record>([&](const auto& field) {
     const auto& value = record.*field.member;
