@@ -8,6 +8,12 @@ namespace vantrel {
 
 JSONWriter::JSONWriter() : writer_(buffer_) {}
 
+void JSONWriter::key(std::string_view key) {
+  if (!writer_.Key(key.data(), rapidjson::SizeType(key.size()))) {
+    throw std::invalid_argument("JSON text must be valid UTF-8");
+  }
+}
+
 void JSONWriter::string(std::string_view value) {
   if (!writer_.String(value.data(), rapidjson::SizeType(value.size()))) {
     throw std::invalid_argument("JSON text must be valid UTF-8");

@@ -18,8 +18,8 @@ public:
   void endObject() { writer_.EndObject(); }
   void startArray() { writer_.StartArray(); }
   void endArray() { writer_.EndArray(); }
-  void key(std::string_view key) { writer_.Key(key.data(), rapidjson::SizeType(key.size())); }
-  /// Throws std::invalid_argument when the text is not valid UTF-8.
+  /// Both throw std::invalid_argument when the text is not valid UTF-8.
+  void key(std::string_view key);
   void string(std::string_view value);
   void int64(std::int64_t value) { writer_.Int64(value); }
   void boolean(bool value) { writer_.Bool(value); }

@@ -186,6 +186,9 @@ TEST(JSONWriter, RefusesWhatJSONCannotHold) {
   EXPECT_THROW(writer.string("\xC3\x28"), std::invalid_argument);
   EXPECT_THROW(writer.number(std::numeric_limits<double>::infinity()), std::invalid_argument);
   EXPECT_THROW(writer.number(std::nan("")), std::invalid_argument);
+  JSONWriter object;
+  object.startObject();
+  EXPECT_THROW(object.key("bad\xff"), std::invalid_argument);
 }
 
 TEST(CalendarDateJSON, IsOneStringAndABadOneIsDataCorrupted) {
