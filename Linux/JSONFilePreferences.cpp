@@ -22,7 +22,7 @@ namespace vantrel {
 namespace {
 
 // EVP_EncodeBlock and EVP_DecodeBlock take int lengths, so large data goes through in pieces.
-constexpr std::size_t base64ChunkBytes = 3 * 16 * 1024;
+constexpr std::size_t base64ChunkBytes = std::size_t{3} * 16 * 1024;
 constexpr std::size_t base64ChunkCharacters = base64ChunkBytes / 3 * 4;
 
 /// The same type as JSONFilePreferences::Values, which is private to the class.
