@@ -1,13 +1,11 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
 
-#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <functional>
 #include <gtest/gtest.h>
 #include <string>
-#include <sys/stat.h>
 
 namespace vantrel {
 namespace {
@@ -23,110 +21,69 @@ protected:
   }
   void TearDown() override { fs::remove_all(folder_); }
 
-  static unsigned permissionsOf(const fs::path& path) {
-    struct stat status {};
-    EXPECT_EQ(::stat(path.c_str(), &status), 0);
-    return status.st_mode & 07777;
-  }
-  void createFile(const fs::path& path, std::string_view content) {
-    const int fd = fileSystem_.createExclusive(path);
-    fileSystem_.writeAll(fd, content);
-    fileSystem_.closeFile(fd);
-  }
-
   fs::path folder_;
   PosixFileSystem& fileSystem_ = PosixFileSystem::shared();
 };
 
-TEST_F(PosixFileSystemTest, WritesSyncsRenamesAndReadsBackAPrivateFile) {
+TEST_F(PosixFileSystemTest, WritesReadsAndRemovesPrivateFilesInNewFolders) {
+  const auto nested = folder_ / "one" / "two";
+  fileSystem_.createDirectories(nested);
+  fileSystem_.createDirectories(nested / "");
+  EXPECT_EQ(fs::status(folder_ / "one").permissions(), fs::perms::owner_all);
+  EXPECT_EQ(fs::status(nested).permissions(), fs::perms::owner_all);
+  // Several megabytes, so reading takes many calls.
   std::string content(3 * 1024 * 1024 + 17, '\0');
   for (std::size_t index = 0; index < content.size(); ++index) {
     content[index] = static_cast<char>(index * 31 % 251);
   }
-  const auto temp = folder_ / "a.tmp";
-  const int fd = fileSystem_.createExclusive(temp);
+  const int fd = fileSystem_.createExclusive(nested / "a.tmp");
   fileSystem_.writeAll(fd, content);
   fileSystem_.syncFile(fd);
   fileSystem_.closeFile(fd);
-  fileSystem_.rename(temp, folder_ / "a");
-  fileSystem_.syncDirectory(folder_);
-
-  EXPECT_EQ(fileSystem_.readFile(folder_ / "a"), content);
-  EXPECT_EQ(permissionsOf(folder_ / "a"), 0600u);
-  EXPECT_FALSE(fileSystem_.exists(temp));
-  EXPECT_EQ(fileSystem_.readFile(folder_ / "missing"), std::nullopt);
-  EXPECT_EQ(fileSystem_.readFile(folder_ / "a" / "below-a-file"), std::nullopt);
-  EXPECT_EQ(fileSystem_.readFile(folder_ / "empty"), std::nullopt);
-  createFile(folder_ / "empty", "");
-  EXPECT_EQ(fileSystem_.readFile(folder_ / "empty"), "");
+  fileSystem_.rename(nested / "a.tmp", nested / "a");
+  fileSystem_.syncDirectory(nested);
+  EXPECT_EQ(fileSystem_.readFile(nested / "a"), content);
+  EXPECT_EQ(fs::status(nested / "a").permissions(), fs::perms::owner_read | fs::perms::owner_write);
+  // Missing is not empty.
+  EXPECT_EQ(fileSystem_.readFile(nested / "missing"), std::nullopt);
+  EXPECT_EQ(fileSystem_.readFile(nested / "a" / "below-a-file"), std::nullopt);
+  EXPECT_FALSE(fileSystem_.exists(nested / "a" / "below-a-file"));
+  fileSystem_.closeFile(fileSystem_.createExclusive(nested / "empty"));
+  EXPECT_EQ(fileSystem_.readFile(nested / "empty"), "");
+  EXPECT_TRUE(fileSystem_.exists(nested / "empty"));
+  fileSystem_.removeFile(nested / "empty");
+  fileSystem_.removeFile(nested / "empty");
+  EXPECT_FALSE(fileSystem_.exists(nested / "empty"));
 }
 
 TEST_F(PosixFileSystemTest, ErrorsNameTheOperationAndThePath) {
-  createFile(folder_ / "file", "x");
+  fileSystem_.closeFile(fileSystem_.createExclusive(folder_ / "file"));
   const std::string file = (folder_ / "file").string();
   const std::string missing = (folder_ / "missing").string();
-  struct Case {
-    std::function<void()> call;
-    std::string message;
-    int errorNumber;
-  };
-  const Case cases[] = {
-      {[&] { fileSystem_.createExclusive(file); }, "create " + file + ": File exists", EEXIST},
-      {[&] { fileSystem_.readFile(folder_); }, "read " + folder_.string() + ": Is a directory", EISDIR},
+  // A closed descriptor is forgotten, and one never opened here is named by its /proc entry.
+  const int closed = fileSystem_.createExclusive(folder_ / "closed");
+  fileSystem_.closeFile(closed);
+  const std::pair<std::function<void()>, std::string> cases[] = {
+      {[&] { fileSystem_.closeFile(closed); },
+       "close /proc/self/fd/" + std::to_string(closed) + ": Bad file descriptor"},
+      {[&] { fileSystem_.createExclusive(file); }, "create " + file + ": File exists"},
+      {[&] { fileSystem_.readFile(folder_); }, "read " + folder_.string() + ": Is a directory"},
       {[&] { fileSystem_.rename(missing, file); },
-       "rename " + missing + " -> " + file + ": No such file or directory", ENOENT},
-      {[&] { fileSystem_.syncDirectory(missing); }, "open " + missing + ": No such file or directory",
-       ENOENT},
+       "rename " + missing + " -> " + file + ": No such file or directory"},
+      {[&] { fileSystem_.syncDirectory(missing); }, "open " + missing + ": No such file or directory"},
       {[&] { fileSystem_.createDirectories(folder_ / "file" / "sub"); },
-       "mkdir " + file + ": Not a directory", ENOTDIR},
-      {[&] { fileSystem_.removeFile(folder_); }, "unlink " + folder_.string() + ": Is a directory", EISDIR},
-      {[&] { fileSystem_.writeAll(1000000, "x"); }, "write /proc/self/fd/1000000: Bad file descriptor",
-       EBADF},
-      {[&] { fileSystem_.syncFile(1000000); }, "fsync /proc/self/fd/1000000: Bad file descriptor", EBADF},
+       "mkdir " + file + ": Not a directory"},
+      {[&] { fileSystem_.removeFile(folder_); }, "unlink " + folder_.string() + ": Is a directory"},
+      {[&] { fileSystem_.writeAll(1000000, "x"); }, "write /proc/self/fd/1000000: Bad file descriptor"},
   };
-  for (const auto& testCase : cases) {
+  for (const auto& [call, message] : cases) {
     try {
-      testCase.call();
-      ADD_FAILURE() << "no error for: " << testCase.message;
+      call();
+      ADD_FAILURE() << "no error for: " << message;
     } catch (const FileSystemError& error) {
-      EXPECT_EQ(std::string(error.what()), testCase.message);
-      EXPECT_EQ(error.code().value(), testCase.errorNumber) << testCase.message;
+      EXPECT_EQ(error.what(), message);
     }
   }
-}
-
-TEST_F(PosixFileSystemTest, ForgetsTheFileOfAClosedDescriptor) {
-  const auto path = folder_ / "closed-twice";
-  const int fd = fileSystem_.createExclusive(path);
-  fileSystem_.closeFile(fd);
-  try {
-    fileSystem_.closeFile(fd);
-    ADD_FAILURE() << "closing twice succeeded";
-  } catch (const FileSystemError& error) {
-    EXPECT_EQ(std::string(error.what()),
-              "close /proc/self/fd/" + std::to_string(fd) + ": Bad file descriptor");
-  }
-}
-
-TEST_F(PosixFileSystemTest, CreatesNestedPrivateFoldersAndRemovesFiles) {
-  const auto nested = folder_ / "one" / "two" / "three";
-  fileSystem_.createDirectories(nested);
-  fileSystem_.createDirectories(nested);
-  fileSystem_.createDirectories(folder_ / "one" / "two" / "");
-  EXPECT_EQ(permissionsOf(folder_ / "one"), 0700u);
-  EXPECT_EQ(permissionsOf(nested), 0700u);
-
-  createFile(nested / "f", "x");
-  fs::create_symlink("nowhere", folder_ / "dangling");
-  EXPECT_TRUE(fileSystem_.exists(nested));
-  EXPECT_TRUE(fileSystem_.exists(nested / "f"));
-  EXPECT_FALSE(fileSystem_.exists(nested / "g"));
-  EXPECT_FALSE(fileSystem_.exists(nested / "f" / "g"));
-  EXPECT_FALSE(fileSystem_.exists(folder_ / "dangling"));
-
-  fileSystem_.removeFile(nested / "f");
-  EXPECT_FALSE(fileSystem_.exists(nested / "f"));
-  fileSystem_.removeFile(nested / "f");
 }
 
 } // namespace
