@@ -48,48 +48,35 @@ protected:
 };
 
 TEST_F(JSONFilePreferencesTest, EveryKindReadsBackThroughAnotherInstance) {
-  std::string allBytes;
-  for (int byte = 0; byte < 256; ++byte) {
-    allBytes += static_cast<char>(byte);
-  }
-  std::string large(200'000, '\0');
+  std::string large(200'000, '\0'); // more than one base64 chunk
   for (std::size_t index = 0; index < large.size(); ++index) {
     large[index] = static_cast<char>(index * 7 % 253);
   }
   const std::vector<std::pair<std::string, PreferenceValue>> entries = {
       {"min", std::numeric_limits<std::int64_t>::min()},
-      {"max", std::numeric_limits<std::int64_t>::max()},
       {"on", true},
-      {"off", false},
       {"", std::string()},
       {"text", std::string("Grüße 🌍 \"q\" \\ \n\t\x01")},
-      {"none", std::vector<std::string>{}},
       {"list", std::vector<std::string>{"", "a", "ü"}},
-      {"data0", PreferenceData{}},
       {"data1", PreferenceData{"\xff"}},
       {"data2", PreferenceData{std::string("\0\xfe", 2)}},
-      {"data3", PreferenceData{"abc"}},
-      {"bytes", PreferenceData{allBytes}},
       {"large", PreferenceData{large}},
   };
   JSONFilePreferences writer(file_);
-  writer.setValue("replaced", std::string("old"));
   writer.setValue("removed", true);
   for (const auto& [key, value] : entries) {
     writer.setValue(key, value);
   }
-  writer.setValue("replaced", std::int64_t{7});
   writer.removeValue("removed");
 
   JSONFilePreferences reader(file_);
   for (const auto& [key, value] : entries) {
     EXPECT_EQ(reader.value(key), value) << "key '" << key << "'";
   }
-  EXPECT_EQ(reader.value("replaced"), PreferenceValue(std::int64_t{7}));
   EXPECT_EQ(reader.value("removed"), std::nullopt);
 }
 
-TEST_F(JSONFilePreferencesTest, WritesSortedCompactText) {
+TEST_F(JSONFilePreferencesTest, FileFormIsSortedCompactJSONAndHandWrittenFilesRead) {
   JSONFilePreferences preferences(file_);
   preferences.setValue("name", std::string("Ann"));
   preferences.setValue("list", std::vector<std::string>{"x", "y"});
@@ -99,17 +86,11 @@ TEST_F(JSONFilePreferencesTest, WritesSortedCompactText) {
   EXPECT_EQ(readText(file_),
             R"({"blob":{"data":"AP8="},"count":-3,"flag":true,"list":["x","y"],"name":"Ann"})"
             "\n");
-}
 
-TEST_F(JSONFilePreferencesTest, ReadsAHandWrittenFile) {
-  writeText("{\n  \"name\": \"caf\\u00e9\",\n  \"count\": 42,\n  \"flag\": false,\n"
-            "  \"list\": [\"a\", \"b c\"],\n  \"blob\": { \"data\": \"aGVsbG8=\" }\n}\n");
-  const JSONFilePreferences preferences(file_);
+  writeText("{\n  \"name\": \"caf\\u00e9\",\n  \"blob\": { \"data\": \"aGVsbG8=\" }\n}\n");
   EXPECT_EQ(preferences.string("name"), "café");
-  EXPECT_EQ(preferences.integer("count"), 42);
-  EXPECT_EQ(preferences.boolean("flag"), false);
-  EXPECT_EQ(preferences.stringArray("list"), (std::vector<std::string>{"a", "b c"}));
   EXPECT_EQ(preferences.data("blob"), PreferenceData{"hello"});
+  EXPECT_EQ(preferences.value("count"), std::nullopt);
 }
 
 TEST_F(JSONFilePreferencesTest, AFileThatCannotBeUnderstoodIsReportedAndKept) {
@@ -154,33 +135,25 @@ TEST_F(JSONFilePreferencesTest, AFileThatCannotBeUnderstoodIsReportedAndKept) {
   EXPECT_EQ(names, (std::set<std::string>{"p.json", "p.json.lock"}));
 }
 
-TEST_F(JSONFilePreferencesTest, TextThatIsNotUTF8IsRefusedWithoutWriting) {
-  JSONFilePreferences preferences(file_);
-  preferences.setValue("kept", true);
-  const auto before = readText(file_);
-  EXPECT_THROW(preferences.setValue("bad\xff", true), std::invalid_argument);
-  EXPECT_THROW(preferences.setValue("kept", std::string("bad\xff")), std::invalid_argument);
-  EXPECT_EQ(readText(file_), before);
-  EXPECT_EQ(preferences.boolean("kept"), true);
-}
-
-TEST_F(JSONFilePreferencesTest, SeesWhatAnotherInstanceWrote) {
+TEST_F(JSONFilePreferencesTest, SeesWhatAnotherInstanceWroteAndRefusesTextThatIsNotUTF8) {
   JSONFilePreferences first(file_);
   JSONFilePreferences second(file_);
   EXPECT_EQ(first.value("k"), std::nullopt);
   second.setValue("k", std::int64_t{1});
   EXPECT_EQ(first.integer("k"), 1);
-  second.setValue("k", std::int64_t{2});
-  EXPECT_EQ(first.integer("k"), 2);
-  first.setValue("mine", true);
-  EXPECT_EQ(second.integer("k"), 2);
   second.removeValue("k");
   EXPECT_EQ(first.value("k"), std::nullopt);
-  EXPECT_EQ(second.boolean("mine"), true);
+
+  first.setValue("kept", true);
+  const auto before = readText(file_);
+  EXPECT_THROW(first.setValue("bad\xff", true), std::invalid_argument);
+  EXPECT_THROW(first.setValue("kept", std::string("bad\xff")), std::invalid_argument);
+  EXPECT_EQ(readText(file_), before);
+  EXPECT_EQ(second.boolean("kept"), true);
 }
 
 TEST_F(JSONFilePreferencesTest, ConcurrentProcessesLoseNoWrite) {
-  constexpr int keysPerProcess = 200;
+  constexpr int keysPerProcess = 100;
   pid_t children[2];
   for (int process = 0; process < 2; ++process) {
     children[process] = ::fork();

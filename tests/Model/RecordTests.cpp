@@ -1,5 +1,4 @@
 #include "VantrelCore/Model/AreaItem.hpp"
-#include "VantrelCore/Model/ProjectItem.hpp"
 #include "VantrelCore/Model/TaskRecord.hpp"
 #include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
 
@@ -40,17 +39,6 @@ TEST(ReadModels, ItemsSortBySortIndexThenId) {
   EXPECT_EQ(ids, (std::vector<std::string>{"h-y", "h-z", "p-a", "p-b"}));
   EXPECT_TRUE(area[0].isHeader());
   EXPECT_TRUE(area[2].isProject());
-
-  std::vector<ProjectItem> project = {
-      ProjectItem::task(TaskRecord{.recordName = "t-2", .sortIndex = 3000}),
-      ProjectItem::header(ProjectSectionRecord{.recordName = "h-1", .sortIndex = 1000}),
-      ProjectItem::task(TaskRecord{.recordName = "t-1", .sortIndex = 2000}),
-  };
-  ProjectItem::sort(project);
-  EXPECT_EQ(project[0].id, "h-1");
-  EXPECT_EQ(project[1].id, "t-1");
-  EXPECT_EQ(project[2].id, "t-2");
-  EXPECT_EQ(std::get<TaskRecord>(project[2].kind).sortIndex, 3000);
 }
 
 } // namespace
