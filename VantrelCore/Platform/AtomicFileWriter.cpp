@@ -16,10 +16,15 @@ namespace {
 // can already be taken; a few fresh names are tried before giving up.
 constexpr int maximumTempNameAttempts = 16;
 
+// File names may be at most 255 bytes; the temp name borrows only as much of the target's name as leaves
+// room for its own tail, so a target with a long name can still be written.
+constexpr std::size_t maximumBorrowedNameBytes = 200;
+
 std::filesystem::path nextTempPath(const std::filesystem::path& target) {
   static std::atomic<std::uint64_t> counter{0};
-  const std::string name = target.filename().string() + "." + std::to_string(::getpid()) + "-" +
-                           std::to_string(++counter) + std::string(AtomicFileWriter::atomicTempSuffix);
+  const std::string name = target.filename().string().substr(0, maximumBorrowedNameBytes) + "." +
+                           std::to_string(::getpid()) + "-" + std::to_string(++counter) +
+                           std::string(AtomicFileWriter::atomicTempSuffix);
   return target.parent_path() / name;
 }
 

@@ -59,6 +59,13 @@ TEST_F(AtomicFileWriterTest, WritesAPrivateFileThroughAFreshSyncedTempFileBeside
   EXPECT_EQ(fileSystem_.callCount(Step::syncDirectory), 1);
 }
 
+TEST_F(AtomicFileWriterTest, WritesATargetWhoseNameIsAsLongAsNamesGo) {
+  const fs::path longTarget = folder_ / std::string(255, 'n');
+  writer_.writeData("long", longTarget);
+  std::ifstream stream(longTarget);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(stream), {}), "long");
+}
+
 TEST_F(AtomicFileWriterTest, AFailureAtAnyStepLeavesTheOldFileAndNoTempFile) {
   // TEMP stands for the temp file's path, which is only known once it has been asked for.
   const std::tuple<Step, int, std::string, std::string> cases[] = {
