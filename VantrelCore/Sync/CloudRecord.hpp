@@ -46,6 +46,13 @@ public:
   const CloudRecordSystemFields& systemFields() const { return systemFields_; }
   void setSystemFields(CloudRecordSystemFields systemFields) { systemFields_ = std::move(systemFields); }
 
+  /// Opaque bytes of the record's type, ID and bookkeeping only: what a later save needs to send the change
+  /// tag it last saw. Read back with unarchiveCKRecord().
+  std::string systemFieldsData() const;
+  /// Opaque bytes of the whole record as the server holds it: bookkeeping, parent and every value, without
+  /// the local changed keys. Read back with unarchiveWholeCKRecord().
+  std::string wholeRecordData() const;
+
   friend bool operator==(const CloudRecord&, const CloudRecord&) = default;
 
 private:
