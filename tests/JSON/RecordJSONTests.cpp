@@ -12,6 +12,7 @@
 #include "VantrelCore/Model/UserProjectPlacementRecord.hpp"
 #include "VantrelCore/Model/UserProjectSectionStateRecord.hpp"
 #include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
+#include "tests/Support/FilledRecords.hpp"
 
 #include <cmath>
 #include <gtest/gtest.h>
@@ -20,30 +21,7 @@
 namespace vantrel {
 namespace {
 
-// Every field gets a value of its own that is unlike any default, so a field mapped to the wrong key,
-// dropped, or read into another member shows up as a difference.
-void fill(std::string& value, std::string_view key) {
-  value = std::string(key) + " \"é\"\n\t\\ 日本";
-}
-void fill(std::int64_t& value, std::string_view key) {
-  value = -9'000'000'000'000'000'000 + std::int64_t(key.size());
-}
-void fill(bool& value, std::string_view) {
-  value = true;
-}
-void fill(Date& value, std::string_view key) {
-  value = Date{784108800.123456789 + double(key.size())};
-}
-template <class T> void fill(std::optional<T>& value, std::string_view key) {
-  value.emplace();
-  fill(*value, key);
-}
-
-template <class Record> Record filledRecord() {
-  Record record;
-  forEachRecordField<Record>([&](const auto& field) { fill(record.*field.member, field.key); });
-  return record;
-}
+using testing::filledRecord;
 
 template <class Record> class EveryRecordType : public ::testing::Test {};
 using RecordTypes =
