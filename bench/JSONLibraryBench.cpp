@@ -385,12 +385,9 @@ struct SimdjsonOnDemandReader {
 
 // ---- The candidates, each as: encode, raw parse, parse into records.
 
+/// The shipped snapshot codec.
 struct RapidJSON {
-  static std::string encode(const GeneratedDataSet& data) {
-    JSONWriter writer;
-    encodeSnapshot(writer, data);
-    return std::string(writer.text());
-  }
+  static std::string encode(const GeneratedDataSet& data) { return data.encodeJSON(); }
   static std::size_t parse(const std::string& text) {
     rapidjson::Document document;
     document.Parse<jsonParseFlags>(text.data(), text.size());
@@ -399,19 +396,12 @@ struct RapidJSON {
     }
     return document.MemberCount();
   }
-  static GeneratedDataSet decode(const std::string& text) {
-    rapidjson::Document document;
-    document.Parse<jsonParseFlags>(text.data(), text.size());
-    if (document.HasParseError()) {
-      throw std::runtime_error("RapidJSON parse failed");
-    }
-    return decodeSnapshot<RapidJSONReader>(document);
-  }
+  static GeneratedDataSet decode(const std::string& text) { return GeneratedDataSet::decodeJSON(text); }
 };
 
 /// RapidJSON parsing in place: strings point into a private, writable copy of the text.
 struct RapidJSONInSitu {
-  static std::string encode(const GeneratedDataSet& data) { return RapidJSON::encode(data); }
+  static std::string encode(const GeneratedDataSet& data) { return data.encodeJSON(); }
   static std::size_t parse(const std::string& text) {
     std::string buffer = text;
     rapidjson::Document document;

@@ -44,12 +44,6 @@ private:
 
 } // namespace
 
-std::size_t GeneratedDataSet::recordCount() const {
-  std::size_t count = schemaVersion ? 1 : 0;
-  std::apply([&](const auto&... map) { ((count += (this->*map.second).size()), ...); }, maps());
-  return count;
-}
-
 GeneratedDataSet generateDataSet(std::size_t taskCount, std::uint32_t seed) {
   Generator generator(seed);
   GeneratedDataSet data;

@@ -1,0 +1,92 @@
+#include "VantrelCore/Store/CloudKitCacheSnapshot.hpp"
+
+#include "VantrelCore/JSON/RecordJSON.hpp"
+
+namespace vantrel {
+namespace {
+
+template <class Read> decltype(auto) nested(const std::string& path, Read read) {
+  try {
+    return read();
+  } catch (const DecodingError& error) {
+    throw error.nestedIn(path);
+  }
+}
+
+template <class Record>
+void decodeMap(const rapidjson::Value& value, std::string_view mapKey, RecordMap<Record>& target) {
+  const auto& object =
+      nested(std::string(mapKey), [&]() -> const rapidjson::Value& { return readJSONObject(value); });
+  target.reserve(object.MemberCount());
+  for (const auto& member : object.GetObject()) {
+    std::string name(member.name.GetString(), member.name.GetStringLength());
+    const auto path = std::string(mapKey) + "/" + name;
+    auto record = nested(path, [&] { return decodeRecord<Record>(member.value); });
+    if (record.recordName != name) {
+      throw DecodingError(DecodingError::Kind::dataCorrupted, path,
+                          "record '" + record.recordName + "' is filed under '" + name + "'");
+    }
+    target.insert_or_assign(std::move(name), std::move(record));
+  }
+}
+
+} // namespace
+
+std::size_t CloudKitCacheSnapshot::recordCount() const {
+  std::size_t count = schemaVersion ? 1 : 0;
+  std::apply([&](const auto&... map) { ((count += (this->*map.second).size()), ...); }, maps());
+  return count;
+}
+
+std::string CloudKitCacheSnapshot::encodeJSON() const {
+  JSONWriter writer;
+  writer.startObject();
+  writer.key("snapshotVersion");
+  writer.int64(snapshotVersion);
+  writer.key("currentUserRef");
+  writer.string(currentUserRef);
+  const auto writeMap = [&](std::string_view key, const auto& map) {
+    writer.key(key);
+    writer.startObject();
+    for (const auto& [name, record] : map) {
+      writer.key(name);
+      encodeRecord(writer, record);
+    }
+    writer.endObject();
+  };
+  std::apply([&](const auto&... map) { (writeMap(map.first, this->*map.second), ...); }, maps());
+  if (schemaVersion) {
+    writer.key("schemaVersion");
+    encodeRecord(writer, *schemaVersion);
+  }
+  writer.endObject();
+  return std::string(writer.text());
+}
+
+CloudKitCacheSnapshot CloudKitCacheSnapshot::decodeJSON(std::string_view text) {
+  const auto document = parseJSON(text);
+  readJSONObject(document);
+  CloudKitCacheSnapshot snapshot;
+  snapshot.snapshotVersion = 0;
+  for (const auto& member : document.GetObject()) {
+    const std::string_view key(member.name.GetString(), member.name.GetStringLength());
+    if (key == "snapshotVersion") {
+      snapshot.snapshotVersion = nested(std::string(key), [&] { return readJSONInt64(member.value); });
+    } else if (key == "currentUserRef") {
+      snapshot.currentUserRef =
+          nested(std::string(key), [&] { return std::string(readJSONString(member.value)); });
+    } else if (key == "schemaVersion") {
+      snapshot.schemaVersion =
+          nested(std::string(key), [&] { return decodeRecord<SchemaVersionRecord>(member.value); });
+    } else {
+      std::apply(
+          [&](const auto&... map) {
+            ((key == map.first ? decodeMap(member.value, map.first, snapshot.*map.second) : void()), ...);
+          },
+          maps());
+    }
+  }
+  return snapshot;
+}
+
+} // namespace vantrel

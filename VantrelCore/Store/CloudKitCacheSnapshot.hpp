@@ -1,0 +1,81 @@
+#pragma once
+
+#include "VantrelCore/Model/AreaRecord.hpp"
+#include "VantrelCore/Model/AreaSectionRecord.hpp"
+#include "VantrelCore/Model/DayRecord.hpp"
+#include "VantrelCore/Model/GapRecord.hpp"
+#include "VantrelCore/Model/InboxItemRecord.hpp"
+#include "VantrelCore/Model/ProjectRecord.hpp"
+#include "VantrelCore/Model/ProjectSectionRecord.hpp"
+#include "VantrelCore/Model/SchemaVersionRecord.hpp"
+#include "VantrelCore/Model/SharingUserNameRecord.hpp"
+#include "VantrelCore/Model/TaskRecord.hpp"
+#include "VantrelCore/Model/UserProjectPlacementRecord.hpp"
+#include "VantrelCore/Model/UserProjectSectionStateRecord.hpp"
+#include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
+
+#include <cstddef>
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <tuple>
+#include <unordered_map>
+#include <utility>
+
+namespace vantrel {
+
+template <class Record> using RecordMap = std::unordered_map<std::string, Record>;
+
+/// Every record of the cache as one value: what "cache-snapshot.json" holds, and what the widget reads.
+struct CloudKitCacheSnapshot {
+  /// The format version this build writes; a file without one reads as 0.
+  static constexpr std::int64_t currentSnapshotVersion = 1;
+
+  std::int64_t snapshotVersion = currentSnapshotVersion;
+  std::string currentUserRef{};
+  RecordMap<AreaRecord> areas{};
+  RecordMap<ProjectRecord> projects{};
+  RecordMap<TaskRecord> tasks{};
+  RecordMap<ProjectSectionRecord> projectSections{};
+  RecordMap<AreaSectionRecord> areaSections{};
+  RecordMap<DayRecord> days{};
+  RecordMap<GapRecord> gaps{};
+  RecordMap<InboxItemRecord> inbox{};
+  std::optional<SchemaVersionRecord> schemaVersion{};
+  RecordMap<UserProjectPlacementRecord> userProjectPlacements{};
+  RecordMap<UserTaskScheduleRecord> userTaskSchedules{};
+  RecordMap<UserProjectSectionStateRecord> userProjectSectionStates{};
+  RecordMap<SharingUserNameRecord> sharingUserNames{};
+
+  /// The record maps with their keys in the file, in the order they are written.
+  static constexpr auto maps() {
+    using S = CloudKitCacheSnapshot;
+    return std::tuple{std::pair{"areas", &S::areas},
+                      std::pair{"projects", &S::projects},
+                      std::pair{"tasks", &S::tasks},
+                      std::pair{"projectSections", &S::projectSections},
+                      std::pair{"areaSections", &S::areaSections},
+                      std::pair{"days", &S::days},
+                      std::pair{"gaps", &S::gaps},
+                      std::pair{"inbox", &S::inbox},
+                      std::pair{"userProjectPlacements", &S::userProjectPlacements},
+                      std::pair{"userTaskSchedules", &S::userTaskSchedules},
+                      std::pair{"userProjectSectionStates", &S::userProjectSectionStates},
+                      std::pair{"sharingUserNames", &S::sharingUserNames}};
+  }
+
+  /// Records in all maps, the schema record included.
+  std::size_t recordCount() const;
+
+  /// Compact JSON: the version, the user, then each map as an object from record name to record.
+  std::string encodeJSON() const;
+  /// Tolerant at the top level (any key may be missing; unknown keys are ignored), strict inside records.
+  /// A value of the wrong shape anywhere fails the whole decode with a DecodingError whose coding path
+  /// names where ("tasks/t-1/title"); so does a record filed under another name than its own.
+  static CloudKitCacheSnapshot decodeJSON(std::string_view text);
+
+  friend bool operator==(const CloudKitCacheSnapshot&, const CloudKitCacheSnapshot&) = default;
+};
+
+} // namespace vantrel
