@@ -1,17 +1,4 @@
 #include "VantrelCore/JSON/RecordJSON.hpp"
-#include "VantrelCore/Model/AreaRecord.hpp"
-#include "VantrelCore/Model/AreaSectionRecord.hpp"
-#include "VantrelCore/Model/DayRecord.hpp"
-#include "VantrelCore/Model/GapRecord.hpp"
-#include "VantrelCore/Model/InboxItemRecord.hpp"
-#include "VantrelCore/Model/ProjectRecord.hpp"
-#include "VantrelCore/Model/ProjectSectionRecord.hpp"
-#include "VantrelCore/Model/SchemaVersionRecord.hpp"
-#include "VantrelCore/Model/SharingUserNameRecord.hpp"
-#include "VantrelCore/Model/TaskRecord.hpp"
-#include "VantrelCore/Model/UserProjectPlacementRecord.hpp"
-#include "VantrelCore/Model/UserProjectSectionStateRecord.hpp"
-#include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
 #include "tests/Support/FilledRecords.hpp"
 
 #include <cmath>
@@ -24,12 +11,7 @@ namespace {
 using testing::filledRecord;
 
 template <class Record> class EveryRecordType : public ::testing::Test {};
-using RecordTypes =
-    ::testing::Types<AreaRecord, AreaSectionRecord, ProjectRecord, ProjectSectionRecord, TaskRecord,
-                     InboxItemRecord, DayRecord, GapRecord, UserProjectPlacementRecord,
-                     UserTaskScheduleRecord, UserProjectSectionStateRecord, SharingUserNameRecord,
-                     SchemaVersionRecord>;
-TYPED_TEST_SUITE(EveryRecordType, RecordTypes);
+TYPED_TEST_SUITE(EveryRecordType, testing::EveryRecordType);
 
 TYPED_TEST(EveryRecordType, RoundTripsWithEveryFieldSet) {
   const auto record = filledRecord<TypeParam>();

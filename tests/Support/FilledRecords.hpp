@@ -1,9 +1,23 @@
 #pragma once
 
+#include "VantrelCore/Model/AreaRecord.hpp"
+#include "VantrelCore/Model/AreaSectionRecord.hpp"
 #include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Model/DayRecord.hpp"
+#include "VantrelCore/Model/GapRecord.hpp"
+#include "VantrelCore/Model/InboxItemRecord.hpp"
+#include "VantrelCore/Model/ProjectRecord.hpp"
+#include "VantrelCore/Model/ProjectSectionRecord.hpp"
 #include "VantrelCore/Model/RecordField.hpp"
+#include "VantrelCore/Model/SchemaVersionRecord.hpp"
+#include "VantrelCore/Model/SharingUserNameRecord.hpp"
+#include "VantrelCore/Model/TaskRecord.hpp"
+#include "VantrelCore/Model/UserProjectPlacementRecord.hpp"
+#include "VantrelCore/Model/UserProjectSectionStateRecord.hpp"
+#include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
 
 #include <cstdint>
+#include <gtest/gtest.h>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -28,6 +42,13 @@ template <class T> void fill(std::optional<T>& value, std::string_view key) {
   value.emplace();
   fill(*value, key);
 }
+
+/// Every entity record type, for typed tests.
+using EveryRecordType =
+    ::testing::Types<AreaRecord, AreaSectionRecord, ProjectRecord, ProjectSectionRecord, TaskRecord,
+                     InboxItemRecord, DayRecord, GapRecord, UserProjectPlacementRecord,
+                     UserTaskScheduleRecord, UserProjectSectionStateRecord, SharingUserNameRecord,
+                     SchemaVersionRecord>;
 
 /// A record of type `Record` with every field set to a distinct, non-default value.
 template <class Record> Record filledRecord() {

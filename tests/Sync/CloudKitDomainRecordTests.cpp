@@ -9,12 +9,7 @@ namespace {
 const CloudRecordZoneID zone{"VantrelZone"};
 
 template <class Record> class EveryDomainRecord : public ::testing::Test {};
-using DomainRecordTypes =
-    ::testing::Types<AreaRecord, AreaSectionRecord, ProjectRecord, ProjectSectionRecord, TaskRecord,
-                     InboxItemRecord, DayRecord, GapRecord, UserProjectPlacementRecord,
-                     UserTaskScheduleRecord, UserProjectSectionStateRecord, SharingUserNameRecord,
-                     SchemaVersionRecord>;
-TYPED_TEST_SUITE(EveryDomainRecord, DomainRecordTypes);
+TYPED_TEST_SUITE(EveryDomainRecord, testing::EveryRecordType);
 
 TYPED_TEST(EveryDomainRecord, ReadsBackWhatItWrote) {
   const auto entity = testing::filledRecord<TypeParam>();
