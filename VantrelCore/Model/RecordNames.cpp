@@ -1,5 +1,6 @@
 #include "VantrelCore/Model/RecordNames.hpp"
 
+#include "VantrelCore/Model/WhiteSpace.hpp"
 #include "VantrelCore/Platform/SHA256.hpp"
 
 #include <cctype>
@@ -21,10 +22,6 @@ std::string utf8(const icu::UnicodeString& text) {
   return result;
 }
 
-bool isWhiteSpaceOrNewline(UChar32 c) {
-  return u_isUWhiteSpace(c) || c == 0x85;
-}
-
 /// Letters, marks and digits: a mark stays with the letter it belongs to.
 bool isAlphanumeric(UChar32 c) {
   return (U_GET_GC_MASK(c) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK)) != 0;
@@ -41,17 +38,8 @@ std::string RecordNames::random(std::string_view prefix, UUIDGenerator& uuids) {
 }
 
 std::string RecordNames::normalizedAreaName(std::string_view name) {
-  const auto text = unicode(name);
-  std::int32_t start = 0;
-  std::int32_t end = text.length();
-  while (start < end && isWhiteSpaceOrNewline(text.char32At(start))) {
-    start = text.moveIndex32(start, 1);
-  }
-  while (end > start && isWhiteSpaceOrNewline(text.char32At(text.moveIndex32(end, -1)))) {
-    end = text.moveIndex32(end, -1);
-  }
-  const auto trimmed = utf8(text.tempSubStringBetween(start, end));
-  return trimmed.empty() ? "Untitled" : trimmed;
+  const auto trimmed = trimmingWhiteSpaceAndNewlines(name);
+  return trimmed.empty() ? "Untitled" : std::string(trimmed);
 }
 
 std::string RecordNames::areaSlug(std::string_view name) {
