@@ -1,11 +1,11 @@
 #include "Tools/vantrel/AboutCommand.hpp"
 
-#include <iomanip>
-
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
+
+#include <iomanip>
 
 namespace vantrel::cli {
 

@@ -1,8 +1,8 @@
 #pragma once
 
-#include <ostream>
-
 #include "Tools/vantrel/CommandEnvironment.hpp"
+
+#include <ostream>
 
 namespace vantrel::cli {
 

@@ -11,7 +11,8 @@ void GlobalOptions::addTo(CLI::App& app) {
   app.add_option("--profile", profile,
                  "Keep every file of this run under DIR (default: $VANTREL_HOME, else the XDG folders)")
       ->option_text("DIR");
-  app.add_option("--now", now, "Run as if it were this instant: YYYY-MM-DDTHH:MM[:SS] with optional Z or ±HH:MM")
+  app.add_option("--now", now,
+                 "Run as if it were this instant: YYYY-MM-DDTHH:MM[:SS] with optional Z or ±HH:MM")
       ->option_text("TIME");
   app.add_option("--tz", timeZone, "Use this IANA time zone as the device zone, e.g. Europe/Berlin")
       ->option_text("ZONE");

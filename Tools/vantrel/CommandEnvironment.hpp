@@ -1,13 +1,12 @@
 #pragma once
 
+#include "VantrelCore/Platform/Clock.hpp"
+#include "VantrelCore/Platform/VantrelPaths.hpp"
+
+#include <CLI/CLI.hpp>
 #include <memory>
 #include <optional>
 #include <string>
-
-#include <CLI/CLI.hpp>
-
-#include "VantrelCore/Platform/Clock.hpp"
-#include "VantrelCore/Platform/VantrelPaths.hpp"
 
 namespace vantrel::cli {
 

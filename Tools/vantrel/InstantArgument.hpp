@@ -1,8 +1,8 @@
 #pragma once
 
-#include <string_view>
-
 #include "VantrelCore/Model/Date.hpp"
+
+#include <string_view>
 
 namespace vantrel::cli {
 

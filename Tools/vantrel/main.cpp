@@ -1,9 +1,8 @@
-#include <iostream>
-
-#include <CLI/CLI.hpp>
-
 #include "Tools/vantrel/AboutCommand.hpp"
 #include "Tools/vantrel/CommandEnvironment.hpp"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
 
 int main(int argc, char** argv) {
   using namespace vantrel::cli;
@@ -13,7 +12,8 @@ int main(int argc, char** argv) {
   GlobalOptions options;
   options.addTo(app);
 
-  auto* about = app.add_subcommand("about", "Show the version, the time the run sees and where the files live");
+  auto* about =
+      app.add_subcommand("about", "Show the version, the time the run sees and where the files live");
   about->callback([&] { runAboutCommand(CommandEnvironment::make(options), std::cout); });
 
   try {

@@ -21,7 +21,8 @@ template <class Record, class Value> struct RecordField {
 };
 
 // Spelled out for compilers without C++20 aggregate deduction (clang before 17, and the tools built on it).
-template <class Record, class Value> RecordField(std::string_view, Value Record::*) -> RecordField<Record, Value>;
+template <class Record, class Value>
+RecordField(std::string_view, Value Record::*) -> RecordField<Record, Value>;
 
 template <class T> inline constexpr bool isOptionalField = false;
 template <class T> inline constexpr bool isOptionalField<std::optional<T>> = true;

@@ -1,12 +1,11 @@
+#include "VantrelCore/JSON/JSONValue.hpp"
+
 #include <array>
 #include <cstdio>
 #include <cstdlib>
-#include <string>
-
 #include <gtest/gtest.h>
+#include <string>
 #include <sys/wait.h>
-
-#include "VantrelCore/JSON/JSONValue.hpp"
 
 namespace vantrel {
 namespace {
@@ -20,8 +19,8 @@ struct Run {
 Run vantrel(const std::string& arguments) {
   const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
   EXPECT_NE(binaryDir, nullptr) << "VANTREL_BINARY_DIR is set by CTest";
-  const std::string command =
-      "env -u VANTREL_HOME LANG=en_US.UTF-8 " + std::string(binaryDir) + "/Tools/vantrel/vantrel " + arguments + " 2>&1";
+  const std::string command = "env -u VANTREL_HOME LANG=en_US.UTF-8 " + std::string(binaryDir) +
+                              "/Tools/vantrel/vantrel " + arguments + " 2>&1";
   Run run;
   FILE* pipe = popen(command.c_str(), "r");
   std::array<char, 4096> buffer{};
@@ -34,18 +33,22 @@ Run vantrel(const std::string& arguments) {
 }
 
 TEST(VantrelCommand, AboutReportsTheRunsInstantZoneAndProfile) {
-  const auto run = vantrel("--profile /tmp/vantrel-profile --tz Pacific/Tongatapu --now 2026-03-07T23:30 --json about");
+  const auto run =
+      vantrel("--profile /tmp/vantrel-profile --tz Pacific/Tongatapu --now 2026-03-07T23:30 --json about");
   ASSERT_EQ(run.exitCode, 0) << run.output;
   const auto about = parseJSON(run.output);
   EXPECT_EQ(readJSONNumber(about["now"]), 794572200); // 10:30 UTC, 13 hours behind Tongatapu
   EXPECT_EQ(readJSONString(about["today"]), "2026-03-07");
   EXPECT_EQ(readJSONString(about["timeZone"]), "Pacific/Tongatapu");
   EXPECT_EQ(readJSONString(about["applicationSupportDirectory"]), "/tmp/vantrel-profile");
-  EXPECT_EQ(readJSONString(about["appGroupContainerDirectory"]), "/tmp/vantrel-profile/group.com.vantrel.vantrel.gen1");
+  EXPECT_EQ(readJSONString(about["appGroupContainerDirectory"]),
+            "/tmp/vantrel-profile/group.com.vantrel.vantrel.gen1");
 
-  const auto text = vantrel("--profile /tmp/vantrel-profile --tz Pacific/Pago_Pago --now 2026-03-07T23:30 about");
+  const auto text =
+      vantrel("--profile /tmp/vantrel-profile --tz Pacific/Pago_Pago --now 2026-03-07T23:30 about");
   ASSERT_EQ(text.exitCode, 0) << text.output;
-  EXPECT_NE(text.output.find("today                 2026-03-07 (Saturday)"), std::string::npos) << text.output;
+  EXPECT_NE(text.output.find("today                 2026-03-07 (Saturday)"), std::string::npos)
+      << text.output;
 }
 
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
@@ -54,8 +57,9 @@ TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
     const char* message;
   } cases[] = {
       {"--tz Mars/Olympus about", "vantrel: unknown time zone 'Mars/Olympus'\n"},
-      {"--now soon about", "vantrel: invalid --now 'soon': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or "
-                           "±HH:MM offset\n"},
+      {"--now soon about",
+       "vantrel: invalid --now 'soon': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or "
+       "±HH:MM offset\n"},
   };
   for (const auto& c : cases) {
     const auto run = vantrel(c.arguments);
