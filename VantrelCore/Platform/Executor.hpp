@@ -1,0 +1,17 @@
+#pragma once
+
+#include <functional>
+
+namespace vantrel {
+
+/// Somewhere to run work later, in the order it was posted: the owner thread's loop, or a background
+/// serial queue.
+class Executor {
+public:
+  using Job = std::function<void()>;
+
+  virtual ~Executor() = default;
+  virtual void post(Job job) = 0;
+};
+
+} // namespace vantrel
