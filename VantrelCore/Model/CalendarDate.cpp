@@ -1,5 +1,6 @@
 #include "VantrelCore/Model/CalendarDate.hpp"
 
+#include "VantrelCore/Model/CalendarDayReader.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/Clock.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
@@ -49,16 +50,6 @@ std::unique_ptr<icu::TimeZone> utcZone() {
   return zone;
 }
 
-// Explicitly Gregorian: the device locale may default to another calendar (th_TH, fa_IR).
-std::unique_ptr<icu::GregorianCalendar> gregorianCalendar(std::unique_ptr<icu::TimeZone> zone) {
-  UErrorCode status = U_ZERO_ERROR;
-  auto calendar = std::make_unique<icu::GregorianCalendar>(zone.release(), status);
-  if (U_FAILURE(status)) {
-    programError(std::string("cannot create a Gregorian calendar: ") + u_errorName(status));
-  }
-  return calendar;
-}
-
 // ICU keeps julian day numbers in 32-bit integers and wraps silently about 5.8 million years from 1970, so
 // a day that far out is refused before the calendar sees it.
 bool calendarCanHold(const CalendarDate& date) {
@@ -86,23 +77,6 @@ std::optional<UDate> instantOf(icu::Calendar& calendar, const CalendarDate& date
     return std::nullopt;
   }
   return millis;
-}
-
-// Years are read as extended years so that a day before 1 AD converts back to the same instant.
-CalendarDate dayOf(Date instant, std::unique_ptr<icu::TimeZone> zone) {
-  const double millis = instant.icuMilliseconds();
-  if (!std::isfinite(millis)) {
-    return {};
-  }
-  auto calendar = gregorianCalendar(std::move(zone));
-  UErrorCode timeStatus = U_ZERO_ERROR;
-  calendar->setTime(millis, timeStatus);
-  const auto field = [&](UCalendarDateFields name, std::int64_t offset) -> std::int64_t {
-    UErrorCode status = timeStatus;
-    const std::int32_t value = calendar->get(name, status);
-    return U_FAILURE(status) ? 0 : value + offset;
-  };
-  return {field(UCAL_EXTENDED_YEAR, 0), field(UCAL_MONTH, 1), field(UCAL_DATE, 0)};
 }
 
 } // namespace
@@ -138,19 +112,19 @@ CalendarDate CalendarDate::decode(std::string_view text) {
 }
 
 CalendarDate CalendarDate::today(const icu::TimeZone& zone, const Clock& clock) {
-  return dayOf(clock.now(), std::unique_ptr<icu::TimeZone>(zone.clone()));
+  return CalendarDayReader(zone).dayOf(clock.now());
 }
 
 CalendarDate CalendarDate::localDayOf(Date instant) {
-  return dayOf(instant, DeviceSettings::timeZone());
+  return CalendarDayReader(DeviceSettings::timeZone()).dayOf(instant);
 }
 
 CalendarDate CalendarDate::utcDayOf(Date instant) {
-  return dayOf(instant, utcZone());
+  return CalendarDayReader(utcZone()).dayOf(instant);
 }
 
 Date CalendarDate::noonUTC() const {
-  const auto calendar = gregorianCalendar(utcZone());
+  const auto calendar = makeGregorianCalendar(utcZone());
   if (const auto millis = instantOf(*calendar, *this, 12)) {
     return Date::fromICUMilliseconds(*millis);
   }
@@ -160,7 +134,7 @@ Date CalendarDate::noonUTC() const {
 }
 
 Date CalendarDate::localNoon() const {
-  const auto calendar = gregorianCalendar(DeviceSettings::timeZone());
+  const auto calendar = makeGregorianCalendar(DeviceSettings::timeZone());
   if (const auto millis = instantOf(*calendar, *this, 12)) {
     return Date::fromICUMilliseconds(*millis);
   }
@@ -187,7 +161,7 @@ std::string CalendarDate::formatted(std::string_view pattern) const {
 }
 
 CalendarDate CalendarDate::adding(int days) const {
-  const auto calendar = gregorianCalendar(DeviceSettings::timeZone());
+  const auto calendar = makeGregorianCalendar(DeviceSettings::timeZone());
   const auto midnight = instantOf(*calendar, *this, 0);
   if (!midnight) {
     programError("CalendarDate::adding: the calendar cannot form " + description());
@@ -206,7 +180,7 @@ CalendarDate CalendarDate::adding(int days) const {
 }
 
 int CalendarDate::daysSince(const CalendarDate& other) const {
-  const auto calendar = gregorianCalendar(utcZone());
+  const auto calendar = makeGregorianCalendar(utcZone());
   const auto julianDay = [&](const CalendarDate& date) -> std::optional<std::int64_t> {
     const auto midnight = instantOf(*calendar, date, 0);
     if (!midnight) {
