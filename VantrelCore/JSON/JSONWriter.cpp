@@ -6,7 +6,7 @@
 
 namespace vantrel {
 
-JSONWriter::JSONWriter() : writer_(buffer_) {}
+JSONWriter::JSONWriter() : writer_(output_) {}
 
 void JSONWriter::key(std::string_view key) {
   if (!writer_.Key(key.data(), rapidjson::SizeType(key.size()))) {

@@ -3,9 +3,11 @@
 #include "VantrelCore/JSON/RapidJSON.hpp"
 #include "VantrelCore/Model/Date.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 namespace vantrel {
 
@@ -13,6 +15,11 @@ namespace vantrel {
 class JSONWriter {
 public:
   JSONWriter();
+  JSONWriter(const JSONWriter&) = delete;
+  JSONWriter& operator=(const JSONWriter&) = delete;
+
+  /// Makes room for `bytes` of text up front, so that a large document is not copied as it grows.
+  void reserve(std::size_t bytes) { output_.text.reserve(bytes); }
 
   void startObject() { writer_.StartObject(); }
   void endObject() { writer_.EndObject(); }
@@ -30,11 +37,21 @@ public:
   void date(Date value) { number(value.secondsSinceReferenceDate); }
 
   /// The text written so far; complete once every object and array is closed.
-  std::string_view text() const { return {buffer_.GetString(), buffer_.GetSize()}; }
+  std::string_view text() const { return output_.text; }
+  /// The text written, handed over without a copy; the writer is spent.
+  std::string takeText() { return std::move(output_.text); }
 
 private:
-  rapidjson::StringBuffer buffer_;
-  rapidjson::Writer<rapidjson::StringBuffer, rapidjson::UTF8<>, rapidjson::UTF8<>, rapidjson::CrtAllocator,
+  /// RapidJSON's output stream concept over a std::string, which the text can leave without a copy.
+  struct Output {
+    using Ch = char;
+    void Put(char c) { text.push_back(c); }
+    void Flush() {}
+    std::string text;
+  };
+
+  Output output_;
+  rapidjson::Writer<Output, rapidjson::UTF8<>, rapidjson::UTF8<>, rapidjson::CrtAllocator,
                     rapidjson::kWriteValidateEncodingFlag>
       writer_;
 };
