@@ -65,6 +65,14 @@ struct CloudKitCacheSnapshot {
                       std::pair{"sharingUserNames", &S::sharingUserNames}};
   }
 
+  /// The map that holds records of type `Record`.
+  template <class Record> RecordMap<Record>& records() {
+    return this->*std::get<std::pair<const char*, RecordMap<Record> CloudKitCacheSnapshot::*>>(maps()).second;
+  }
+  template <class Record> const RecordMap<Record>& records() const {
+    return this->*std::get<std::pair<const char*, RecordMap<Record> CloudKitCacheSnapshot::*>>(maps()).second;
+  }
+
   /// Records in all maps, the schema record included.
   std::size_t recordCount() const;
 

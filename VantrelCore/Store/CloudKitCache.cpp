@@ -1,0 +1,273 @@
+#include "VantrelCore/Store/CloudKitCache.hpp"
+
+#include "VantrelCore/Platform/DeviceSettings.hpp"
+
+#include <utility>
+
+namespace vantrel {
+namespace {
+
+void insertName(RecordNameIndex& index, const std::string& key, const std::string& name) {
+  index[key].insert(name);
+}
+
+void eraseName(RecordNameIndex& index, const std::string& key, const std::string& name) {
+  const auto names = index.find(key);
+  if (names == index.end()) {
+    return;
+  }
+  names->second.erase(name);
+  if (names->second.empty()) {
+    index.erase(names);
+  }
+}
+
+} // namespace
+
+CloudKitCache::CloudKitCache() : days_(DeviceSettings::timeZone()) {}
+
+template <class Record> void CloudKitCache::upsert(Record record) {
+  auto& map = data_.records<Record>();
+  std::optional<Record> before;
+  const Record* after = nullptr;
+  if (const auto existing = map.find(record.recordName); existing != map.end()) {
+    before = std::exchange(existing->second, std::move(record));
+    after = &existing->second;
+  } else {
+    std::string name = record.recordName;
+    after = &map.emplace(std::move(name), std::move(record)).first->second;
+  }
+  reindex(before ? &*before : nullptr, after);
+  mutated();
+}
+
+template <class Record> bool CloudKitCache::remove(std::string_view recordName) {
+  auto removed = data_.records<Record>().extract(std::string(recordName));
+  if (removed) {
+    reindex(&removed.mapped(), static_cast<const Record*>(nullptr));
+  }
+  mutated();
+  return !removed.empty();
+}
+
+#define VANTREL_CACHE_RECORD_TYPE(Record)                                                                    \
+  template void CloudKitCache::upsert<Record>(Record);                                                       \
+  template bool CloudKitCache::remove<Record>(std::string_view);
+VANTREL_CACHE_RECORD_TYPE(AreaRecord)
+VANTREL_CACHE_RECORD_TYPE(ProjectRecord)
+VANTREL_CACHE_RECORD_TYPE(TaskRecord)
+VANTREL_CACHE_RECORD_TYPE(ProjectSectionRecord)
+VANTREL_CACHE_RECORD_TYPE(AreaSectionRecord)
+VANTREL_CACHE_RECORD_TYPE(DayRecord)
+VANTREL_CACHE_RECORD_TYPE(GapRecord)
+VANTREL_CACHE_RECORD_TYPE(InboxItemRecord)
+VANTREL_CACHE_RECORD_TYPE(UserProjectPlacementRecord)
+VANTREL_CACHE_RECORD_TYPE(UserTaskScheduleRecord)
+VANTREL_CACHE_RECORD_TYPE(UserProjectSectionStateRecord)
+VANTREL_CACHE_RECORD_TYPE(SharingUserNameRecord)
+#undef VANTREL_CACHE_RECORD_TYPE
+
+void CloudKitCache::setSchemaVersion(std::optional<SchemaVersionRecord> schemaVersion) {
+  data_.schemaVersion = std::move(schemaVersion);
+  mutated();
+}
+
+void CloudKitCache::setCurrentUserRef(std::string userRef) {
+  data_.currentUserRef = std::move(userRef);
+  rebuildIndexes();
+  mutated();
+}
+
+void CloudKitCache::setDayIndexTimeZone(const icu::TimeZone& zone) {
+  days_ = CalendarDayReader(zone);
+  rebuildIndexes();
+  mutated();
+}
+
+void CloudKitCache::replaceAll(Snapshot snapshot) {
+  data_ = std::move(snapshot);
+  data_.snapshotVersion = Snapshot::currentSnapshotVersion;
+  rebuildIndexes();
+  mutated();
+}
+
+void CloudKitCache::removeAll() {
+  std::string user = std::move(data_.currentUserRef);
+  data_ = Snapshot{};
+  data_.currentUserRef = std::move(user);
+  rebuildIndexes();
+  mutated();
+}
+
+CloudKitCache::Snapshot CloudKitCache::snapshot() const {
+  return data_;
+}
+
+void CloudKitCache::rebuildIndexes() {
+  indexes_ = CloudKitCacheIndexes::build(data_, days_.zone());
+  allTasksByHome_.clear();
+  for (const auto& [name, task] : data_.tasks) {
+    insertName(allTasksByHome_, task.homeRef, name);
+  }
+  myPlacementsByProject_.clear();
+  for (const auto& [name, placement] : data_.userProjectPlacements) {
+    if (placement.userRef == data_.currentUserRef) {
+      insertName(myPlacementsByProject_, placement.projectRef, name);
+    }
+  }
+  placedProjectArea_.clear();
+  for (const auto& [project, placements] : myPlacementsByProject_) {
+    placedProjectArea_[project] = data_.userProjectPlacements.at(*placements.begin()).areaRef;
+  }
+  mySchedulesByTask_.clear();
+  for (const auto& [name, schedule] : data_.userTaskSchedules) {
+    if (schedule.userRef == data_.currentUserRef) {
+      insertName(mySchedulesByTask_, schedule.taskRef, name);
+    }
+  }
+}
+
+void CloudKitCache::mutated() {
+  ++dataVersion_;
+  if (onMutation_) {
+    onMutation_();
+  }
+}
+
+template <class Record> void CloudKitCache::reindex(const Record*, const Record*) {}
+
+void CloudKitCache::reindex(const TaskRecord* before, const TaskRecord* after) {
+  if (before) {
+    eraseName(allTasksByHome_, before->homeRef, before->recordName);
+    if (before->parentTaskRef) {
+      eraseName(indexes_.tasksByParent, *before->parentTaskRef, before->recordName);
+    } else {
+      eraseName(indexes_.tasksByHome, before->homeRef, before->recordName);
+    }
+    indexes_.taskAreaRef.erase(before->recordName);
+  }
+  if (after) {
+    insertName(allTasksByHome_, after->homeRef, after->recordName);
+    if (after->parentTaskRef) {
+      insertName(indexes_.tasksByParent, *after->parentTaskRef, after->recordName);
+    } else {
+      insertName(indexes_.tasksByHome, after->homeRef, after->recordName);
+    }
+    setTaskArea(*after);
+  }
+}
+
+void CloudKitCache::reindex(const ProjectRecord* before, const ProjectRecord* after) {
+  refreshShared(before ? before->recordName : after->recordName);
+}
+
+void CloudKitCache::reindex(const UserProjectPlacementRecord* before,
+                            const UserProjectPlacementRecord* after) {
+  const auto mine = [&](const UserProjectPlacementRecord* placement) {
+    return placement && placement->userRef == data_.currentUserRef;
+  };
+  if (mine(before)) {
+    eraseName(myPlacementsByProject_, before->projectRef, before->recordName);
+  }
+  if (mine(after)) {
+    insertName(myPlacementsByProject_, after->projectRef, after->recordName);
+  }
+  if (mine(before)) {
+    refreshPlacement(before->projectRef);
+  }
+  if (mine(after) && !(mine(before) && before->projectRef == after->projectRef)) {
+    refreshPlacement(after->projectRef);
+  }
+}
+
+void CloudKitCache::reindex(const UserTaskScheduleRecord* before, const UserTaskScheduleRecord* after) {
+  const auto mine = [&](const UserTaskScheduleRecord* schedule) {
+    return schedule && schedule->userRef == data_.currentUserRef;
+  };
+  if (mine(before)) {
+    eraseName(mySchedulesByTask_, before->taskRef, before->recordName);
+  }
+  if (mine(after)) {
+    insertName(mySchedulesByTask_, after->taskRef, after->recordName);
+  }
+  if (mine(before)) {
+    refreshSchedule(before->taskRef);
+  }
+  if (mine(after) && !(mine(before) && before->taskRef == after->taskRef)) {
+    refreshSchedule(after->taskRef);
+  }
+}
+
+void CloudKitCache::reindex(const GapRecord* before, const GapRecord* after) {
+  if (before) {
+    eraseName(indexes_.gapIDsByDay, before->dayRef, before->recordName);
+  }
+  if (after) {
+    insertName(indexes_.gapIDsByDay, after->dayRef, after->recordName);
+  }
+}
+
+void CloudKitCache::refreshPlacement(const std::string& project) {
+  std::optional<std::string> area;
+  if (const auto placements = myPlacementsByProject_.find(project);
+      placements != myPlacementsByProject_.end()) {
+    area = data_.userProjectPlacements.at(*placements->second.begin()).areaRef;
+  }
+  std::optional<std::string> formerArea;
+  if (const auto placed = placedProjectArea_.find(project); placed != placedProjectArea_.end()) {
+    formerArea = placed->second;
+  }
+  if (area != formerArea) {
+    if (formerArea) {
+      eraseName(indexes_.projectsInArea, *formerArea, project);
+      placedProjectArea_.erase(project);
+    }
+    if (area) {
+      insertName(indexes_.projectsInArea, *area, project);
+      placedProjectArea_[project] = *area;
+    }
+    if (const auto tasks = allTasksByHome_.find(project); tasks != allTasksByHome_.end()) {
+      for (const auto& task : tasks->second) {
+        setTaskArea(data_.tasks.at(task));
+      }
+    }
+  }
+  refreshShared(project);
+}
+
+void CloudKitCache::refreshShared(const std::string& project) {
+  if (myPlacementsByProject_.contains(project) && !data_.projects.contains(project)) {
+    indexes_.sharedProjectRefs.insert(project);
+  } else {
+    indexes_.sharedProjectRefs.erase(project);
+  }
+}
+
+void CloudKitCache::refreshSchedule(const std::string& task) {
+  auto& schedules = indexes_.myTaskSchedules;
+  if (const auto former = schedules.find(task); former != schedules.end()) {
+    if (former->second.date) {
+      eraseName(indexes_.myTaskIDsByDay, days_.dayOf(*former->second.date).description(), task);
+    }
+    schedules.erase(former);
+  }
+  if (const auto names = mySchedulesByTask_.find(task); names != mySchedulesByTask_.end()) {
+    const auto& schedule = data_.userTaskSchedules.at(*names->second.begin());
+    schedules.emplace(task, schedule);
+    if (schedule.date) {
+      insertName(indexes_.myTaskIDsByDay, days_.dayOf(*schedule.date).description(), task);
+    }
+  }
+}
+
+void CloudKitCache::setTaskArea(const TaskRecord& task) {
+  if (task.homeIsArea()) {
+    indexes_.taskAreaRef[task.recordName] = task.homeRef;
+  } else if (const auto placed = placedProjectArea_.find(task.homeRef); placed != placedProjectArea_.end()) {
+    indexes_.taskAreaRef[task.recordName] = placed->second;
+  } else {
+    indexes_.taskAreaRef.erase(task.recordName);
+  }
+}
+
+} // namespace vantrel
