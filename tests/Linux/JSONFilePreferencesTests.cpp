@@ -1,5 +1,6 @@
 #include "Linux/JSONFilePreferences.hpp"
 #include "Linux/PreferencesFileError.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
 
 #include <cstdlib>
 #include <filesystem>
@@ -21,14 +22,6 @@ namespace fs = std::filesystem;
 
 class JSONFilePreferencesTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "vantrel-prefs-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-    file_ = folder_ / "Preferences" / "p.json";
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   static std::string readText(const fs::path& path) {
     std::ifstream stream(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(stream), {});
@@ -43,8 +36,9 @@ protected:
     return status.st_mode & 07777;
   }
 
-  fs::path folder_;
-  fs::path file_;
+  testing::TemporaryFolder temporary_;
+  const fs::path folder_ = temporary_.path();
+  const fs::path file_ = folder_ / "Preferences" / "p.json";
 };
 
 TEST_F(JSONFilePreferencesTest, EveryKindReadsBackThroughAnotherInstance) {

@@ -1,5 +1,6 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
 
 #include <cstdlib>
 #include <filesystem>
@@ -14,14 +15,8 @@ namespace fs = std::filesystem;
 
 class PosixFileSystemTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "vantrel-posix-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
-  fs::path folder_;
+  testing::TemporaryFolder temporary_;
+  const fs::path folder_ = temporary_.path();
   PosixFileSystem& fileSystem_ = PosixFileSystem::shared();
 };
 

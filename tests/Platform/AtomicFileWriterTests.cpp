@@ -1,6 +1,7 @@
 #include "VantrelCore/Platform/AtomicFileWriter.hpp"
 #include "VantrelCore/Platform/AtomicWriteError.hpp"
 #include "tests/Support/FaultInjectingFileSystem.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
 
 #include <cerrno>
 #include <cstdlib>
@@ -20,14 +21,6 @@ namespace fs = std::filesystem;
 
 class AtomicFileWriterTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "vantrel-atomic-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-    target_ = folder_ / "state.json";
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   void putTarget(const std::string& content) { std::ofstream(target_, std::ios::binary) << content; }
   std::string targetContent() { return fileSystem_.readFile(target_).value_or("<none>"); }
   /// Only the target: a temp file left behind would show up here.
@@ -36,8 +29,9 @@ protected:
     EXPECT_EQ(entries, std::vector<fs::path>{target_});
   }
 
-  fs::path folder_;
-  fs::path target_;
+  testing::TemporaryFolder temporary_;
+  const fs::path folder_ = temporary_.path();
+  const fs::path target_ = folder_ / "state.json";
   testing::FaultInjectingFileSystem fileSystem_;
   AtomicFileWriter writer_{fileSystem_};
 };

@@ -1,6 +1,7 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Platform/SHA256.hpp"
 #include "VantrelCore/Store/CloudKitPersistence.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <set>
@@ -13,13 +14,6 @@ namespace fs = std::filesystem;
 
 class CloudKitPersistenceTest : public ::testing::Test {
 protected:
-  void SetUp() override {
-    std::string pattern = (fs::temp_directory_path() / "vantrel-persistence-XXXXXX").string();
-    ASSERT_NE(::mkdtemp(pattern.data()), nullptr);
-    folder_ = pattern;
-  }
-  void TearDown() override { fs::remove_all(folder_); }
-
   std::set<std::string> filesIn(const fs::path& folder) const {
     std::set<std::string> names;
     for (const auto& entry : fs::recursive_directory_iterator(folder)) {
@@ -30,7 +24,8 @@ protected:
     return names;
   }
 
-  fs::path folder_;
+  testing::TemporaryFolder temporary_;
+  const fs::path folder_ = temporary_.path();
   CloudKitPersistence persistence() const {
     return CloudKitPersistence(CloudKitPersistence::Location::directory(folder_), PosixFileSystem::shared());
   }
