@@ -163,38 +163,30 @@ void CloudKitCache::reindex(const ProjectRecord* before, const ProjectRecord* af
 
 void CloudKitCache::reindex(const UserProjectPlacementRecord* before,
                             const UserProjectPlacementRecord* after) {
-  const auto mine = [&](const UserProjectPlacementRecord* placement) {
-    return placement && placement->userRef == data_.currentUserRef;
-  };
-  if (mine(before)) {
-    eraseName(myPlacementsByProject_, before->projectRef, before->recordName);
-  }
-  if (mine(after)) {
-    insertName(myPlacementsByProject_, after->projectRef, after->recordName);
-  }
-  if (mine(before)) {
-    refreshPlacement(before->projectRef);
-  }
-  if (mine(after) && !(mine(before) && before->projectRef == after->projectRef)) {
-    refreshPlacement(after->projectRef);
-  }
+  reindexMine(before, after, &UserProjectPlacementRecord::projectRef, myPlacementsByProject_,
+              &CloudKitCache::refreshPlacement);
 }
 
 void CloudKitCache::reindex(const UserTaskScheduleRecord* before, const UserTaskScheduleRecord* after) {
-  const auto mine = [&](const UserTaskScheduleRecord* schedule) {
-    return schedule && schedule->userRef == data_.currentUserRef;
-  };
-  if (mine(before)) {
-    eraseName(mySchedulesByTask_, before->taskRef, before->recordName);
+  reindexMine(before, after, &UserTaskScheduleRecord::taskRef, mySchedulesByTask_,
+              &CloudKitCache::refreshSchedule);
+}
+
+template <class Record>
+void CloudKitCache::reindexMine(const Record* before, const Record* after, std::string Record::*about,
+                                RecordNameIndex& mine, void (CloudKitCache::*refresh)(const std::string&)) {
+  const auto isMine = [&](const Record* record) { return record && record->userRef == data_.currentUserRef; };
+  if (isMine(before)) {
+    eraseName(mine, before->*about, before->recordName);
   }
-  if (mine(after)) {
-    insertName(mySchedulesByTask_, after->taskRef, after->recordName);
+  if (isMine(after)) {
+    insertName(mine, after->*about, after->recordName);
   }
-  if (mine(before)) {
-    refreshSchedule(before->taskRef);
+  if (isMine(before)) {
+    (this->*refresh)(before->*about);
   }
-  if (mine(after) && !(mine(before) && before->taskRef == after->taskRef)) {
-    refreshSchedule(after->taskRef);
+  if (isMine(after) && !(isMine(before) && before->*about == after->*about)) {
+    (this->*refresh)(after->*about);
   }
 }
 

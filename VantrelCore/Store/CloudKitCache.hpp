@@ -94,6 +94,11 @@ private:
   void reindex(const UserProjectPlacementRecord* before, const UserProjectPlacementRecord* after);
   void reindex(const UserTaskScheduleRecord* before, const UserTaskScheduleRecord* after);
   void reindex(const GapRecord* before, const GapRecord* after);
+  /// Keeps `mine` (the user's own records by the record they are about) current, and refreshes what
+  /// hangs on the records the change was and is about.
+  template <class Record>
+  void reindexMine(const Record* before, const Record* after, std::string Record::*about,
+                   RecordNameIndex& mine, void (CloudKitCache::*refresh)(const std::string&));
   /// Brings every index that hangs on the user's placement of `project` in line with the placements.
   void refreshPlacement(const std::string& project);
   /// Brings the user's schedule of `task`, and the day index, in line with the schedules.
