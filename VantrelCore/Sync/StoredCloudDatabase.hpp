@@ -1,0 +1,69 @@
+#pragma once
+
+#include "VantrelCore/Platform/Clock.hpp"
+#include "VantrelCore/Sync/CloudDatabase.hpp"
+#include "VantrelCore/Sync/CloudStorage.hpp"
+
+#include <optional>
+#include <string>
+
+namespace vantrel {
+
+/// The cloud database's rules over any storage: change tags and conflicts, atomic zones, deleteSelf
+/// cascades, and change feeds whose tokens never skip a change. One object is one device signed in to
+/// one account; several objects on one storage are several devices, or several accounts.
+///
+/// Change tags are the zone's generation and the change's sequence number, so a tag never repeats, not
+/// even in a zone deleted and made again. Tokens carry the same two numbers: a token from an older
+/// generation, or from before the oldest change still served, is expired.
+///
+/// Nothing is shared with this account yet: its shared database holds no zones.
+class StoredCloudDatabase : public CloudDatabase {
+public:
+  /// Signed in to `userRecordName`, or with none to the storage's own account (made on first use).
+  StoredCloudDatabase(CloudStorage& storage, const Clock& clock,
+                      std::optional<std::string> userRecordName = {});
+
+  const std::string& userRecordName() const { return user_; }
+  /// Signs in to another account, as a device whose user changed does.
+  void signIn(std::string userRecordName);
+  /// Every call but accountStatus() then fails with notAuthenticated.
+  void signOut();
+  /// Deletes a private zone for another reason than an app's request: the user purging the app's data
+  /// (saves into it then fail with userDeletedZone until it is made again), or an encrypted-data reset.
+  void removeZone(const CloudRecordZoneID& zoneID, CloudZoneDeletionReason reason);
+
+  CloudAccountStatus accountStatus() override;
+  CloudRecordID fetchUserRecordID() override;
+
+  std::vector<CloudRecordZoneID> fetchAllRecordZones(CloudDatabaseScope scope) override;
+  CloudRecordZoneID fetchRecordZone(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID) override;
+  void saveRecordZone(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID) override;
+  void deleteRecordZone(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID) override;
+
+  CloudRecord fetchRecord(CloudDatabaseScope scope, const CloudRecordID& recordID) override;
+  CloudModifyResult modifyRecords(CloudDatabaseScope scope, const CloudModifyRequest& request) override;
+
+  CloudDatabaseChanges fetchDatabaseChanges(CloudDatabaseScope scope,
+                                            const std::optional<CloudChangeToken>& since) override;
+  CloudZoneChanges fetchZoneChanges(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID,
+                                    const std::optional<CloudChangeToken>& since,
+                                    std::size_t resultsLimit) override;
+
+private:
+  class ZoneBatch;
+
+  void requireAccount() const;
+  /// The zone's name in the private database; throws zoneNotFound for the shared database, which holds
+  /// none, and for a zone of another owner.
+  std::string privateZoneName(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID) const;
+  /// zoneNotFound, or userDeletedZone when the user purged the zone.
+  CloudError missingZoneError(CloudStorageTransaction& storage, const std::string& zoneName) const;
+
+  CloudStorage& storage_;
+  const Clock& clock_;
+  std::string user_;
+  bool signedIn_ = true;
+};
+
+} // namespace vantrel

@@ -1,0 +1,49 @@
+#pragma once
+
+#include "VantrelCore/Sync/CloudStorage.hpp"
+
+#include <map>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace vantrel::testing {
+
+/// The server's storage in memory: what the cloud database's rules run on in tests. A transaction works
+/// on a copy of everything and keeps it only when it returns, which is all a test needs of rollback.
+class InMemoryCloudStorage : public CloudStorage {
+public:
+  void transact(const std::function<void(CloudStorageTransaction&)>& work) override;
+
+  /// Stops serving every change token issued so far, as a server that pruned its history does.
+  void expireChangeTokens();
+
+private:
+  struct Entry {
+    std::string recordType{};
+    std::int64_t sequence = 0;
+    std::optional<CloudRecord> record{};
+    std::vector<std::string> deleteSelfTargets{};
+    /// Oldest first.
+    std::vector<CloudRecord> versions{};
+  };
+  struct Zone {
+    CloudStoredZone stored{};
+    std::map<std::string, Entry> entries{};
+  };
+  struct Owner {
+    std::int64_t databaseSequence = 0;
+    std::map<std::string, Zone> zones{};
+    std::vector<CloudStoredZoneDeletion> deletions{};
+  };
+  struct State {
+    std::map<std::string, std::string> values{};
+    std::map<std::string, Owner> owners{};
+  };
+  class Transaction;
+
+  std::mutex mutex_{};
+  State state_;
+};
+
+} // namespace vantrel::testing

@@ -1,0 +1,334 @@
+#include "VantrelCore/Platform/FixedClock.hpp"
+#include "VantrelCore/Sync/StoredCloudDatabase.hpp"
+#include "tests/Support/InMemoryCloudStorage.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
+
+#include <algorithm>
+#include <functional>
+#include <gtest/gtest.h>
+#include <memory>
+#include <set>
+#include <variant>
+
+namespace vantrel {
+namespace {
+
+constexpr auto privateScope = CloudDatabaseScope::privateDatabase;
+using Policy = CloudSavePolicy;
+
+/// One storage the cloud database's rules run on; `openAgain` gives what a second process would use.
+struct Backend {
+  const char* name;
+  std::function<std::shared_ptr<CloudStorage>(const std::filesystem::path&)> open;
+  std::function<std::shared_ptr<CloudStorage>(const std::filesystem::path&, std::shared_ptr<CloudStorage>)>
+      openAgain;
+};
+
+void PrintTo(const Backend& backend, std::ostream* stream) {
+  *stream << backend.name;
+}
+
+const Backend backends[] = {
+    {"InMemory", [](const auto&) { return std::make_shared<testing::InMemoryCloudStorage>(); },
+     [](const auto&, auto same) { return same; }},
+};
+
+class CloudDatabaseConformance : public ::testing::TestWithParam<Backend> {
+protected:
+  CloudRecord task(const std::string& name, const std::string& title) const {
+    CloudRecord record("Task", CloudRecordID{name, zone_});
+    record.setValue("title", title);
+    return record;
+  }
+  CloudReference dependsOn(const std::string& name) const {
+    return CloudReference{CloudRecordID{name, zone_}, CloudReference::Action::deleteSelf};
+  }
+  std::variant<CloudRecord, CloudError> saveOne(CloudDatabase& database, const CloudRecord& record,
+                                                Policy policy = Policy::ifServerRecordUnchanged) {
+    auto result = database.modifyRecords(privateScope, {.recordsToSave = {record}, .savePolicy = policy});
+    return std::move(result.saveResults.at(0).second);
+  }
+  CloudRecord saved(CloudDatabase& database, const CloudRecord& record,
+                    Policy policy = Policy::ifServerRecordUnchanged) {
+    auto outcome = saveOne(database, record, policy);
+    if (const auto* error = std::get_if<CloudError>(&outcome)) {
+      ADD_FAILURE() << "save of " << record.recordID().recordName << " failed: " << error->what();
+      return record;
+    }
+    return std::get<CloudRecord>(std::move(outcome));
+  }
+  static CloudErrorCode codeOf(const std::variant<CloudRecord, CloudError>& outcome) {
+    const auto* error = std::get_if<CloudError>(&outcome);
+    return error ? error->code() : CloudErrorCode{0};
+  }
+  template <class Call> static CloudErrorCode thrownCode(Call call) {
+    try {
+      call();
+    } catch (const CloudError& error) {
+      return error.code();
+    }
+    return CloudErrorCode{0};
+  }
+  static std::string title(const CloudRecord& record) {
+    return std::get<std::string>(*record.value("title"));
+  }
+
+  testing::TemporaryFolder folder_;
+  std::filesystem::path file_ = folder_.path() / "cloud.sqlite";
+  FixedClock clock_{Date{800'000'000}};
+  std::shared_ptr<CloudStorage> storage_ = GetParam().open(file_);
+  StoredCloudDatabase device_{*storage_, clock_};
+  CloudRecordZoneID zone_{"VantrelZone"};
+
+  void SetUp() override { device_.saveRecordZone(privateScope, zone_); }
+};
+
+TEST_P(CloudDatabaseConformance, ZonesComeAndGo) {
+  EXPECT_EQ(device_.fetchAllRecordZones(privateScope), std::vector{zone_});
+  const auto kept = saved(device_, task("t-1", "kept"));
+  device_.saveRecordZone(privateScope, zone_);
+  EXPECT_EQ(device_.fetchRecord(privateScope, kept.recordID()), kept) << "saving an existing zone keeps it";
+
+  device_.deleteRecordZone(privateScope, zone_);
+  EXPECT_TRUE(device_.fetchAllRecordZones(privateScope).empty());
+  EXPECT_EQ(thrownCode([&] { device_.fetchRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(thrownCode([&] { device_.deleteRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(thrownCode([&] { device_.fetchRecord(privateScope, kept.recordID()); }),
+            CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(codeOf(saveOne(device_, task("t-2", "x"))), CloudErrorCode::zoneNotFound);
+
+  device_.saveRecordZone(privateScope, zone_);
+  EXPECT_EQ(thrownCode([&] { device_.fetchRecord(privateScope, kept.recordID()); }),
+            CloudErrorCode::unknownItem)
+      << "a zone made again starts empty";
+  EXPECT_TRUE(device_.fetchAllRecordZones(CloudDatabaseScope::sharedDatabase).empty());
+}
+
+TEST_P(CloudDatabaseConformance, ASaveGetsTheServersBookkeeping) {
+  auto record = task("t-1", "first");
+  record.setValue("homeRef", dependsOn("p-1"));
+  record.setParent(CloudReference{CloudRecordID{"p-1", zone_}});
+  const auto first = saved(device_, record);
+  ASSERT_TRUE(first.systemFields().changeTag);
+  EXPECT_EQ(first.systemFields().creationDate, clock_.now());
+  EXPECT_EQ(first.systemFields().creatorUserRecordName, device_.userRecordName());
+  EXPECT_TRUE(first.changedKeys().empty());
+  EXPECT_EQ(first.parent(), record.parent());
+  EXPECT_EQ(device_.fetchRecord(privateScope, record.recordID()), first);
+
+  clock_.advance(60);
+  auto edit = first;
+  edit.setValue("title", std::string("second"));
+  const auto second = saved(device_, edit);
+  EXPECT_NE(second.systemFields().changeTag, first.systemFields().changeTag);
+  EXPECT_EQ(second.systemFields().creationDate, first.systemFields().creationDate);
+  EXPECT_EQ(second.systemFields().modificationDate, clock_.now());
+  EXPECT_EQ(title(second), "second");
+  EXPECT_EQ(thrownCode([&] {
+              device_.fetchRecord(privateScope, CloudRecordID{"t-none", zone_});
+            }),
+            CloudErrorCode::unknownItem);
+}
+
+// What each save policy does with a record the server changed since the client last saw it.
+TEST_P(CloudDatabaseConformance, SavePoliciesDecideOverAChangedServerRecord) {
+  auto original = task("t-1", "original");
+  original.setValue("done", false);
+  original.setValue("notes", std::string("keep me"));
+  const auto base = saved(device_, original);
+  auto theirs = base;
+  theirs.setValue("done", true);
+  saved(device_, theirs);
+
+  auto mine = base;
+  mine.clearChangedKeys();
+  mine.setValue("title", std::string("mine"));
+  mine.removeValue("notes");
+
+  const auto conflict = saveOne(device_, mine, Policy::ifServerRecordUnchanged);
+  ASSERT_EQ(codeOf(conflict), CloudErrorCode::serverRecordChanged);
+  const auto& error = std::get<CloudError>(conflict);
+  ASSERT_TRUE(error.serverRecord() && error.clientRecord() && error.ancestorRecord());
+  EXPECT_EQ(std::get<bool>(*error.serverRecord()->value("done")), true);
+  EXPECT_EQ(*error.clientRecord(), mine);
+  EXPECT_EQ(*error.ancestorRecord(), base);
+
+  const auto merged = saved(device_, mine, Policy::changedKeys);
+  EXPECT_EQ(title(merged), "mine");
+  EXPECT_EQ(std::get<bool>(*merged.value("done")), true) << "a key the client did not change stays";
+  EXPECT_EQ(merged.value("notes"), nullptr);
+
+  auto whole = task("t-1", "whole");
+  const auto replaced = saved(device_, whole, Policy::allKeys);
+  EXPECT_EQ(replaced.allKeys(), std::vector<std::string>{"title"});
+
+  auto unsaved = task("t-1", "new here");
+  EXPECT_EQ(codeOf(saveOne(device_, unsaved)), CloudErrorCode::serverRecordChanged)
+      << "a record the client thinks new, but the server has";
+
+  device_.modifyRecords(privateScope, {.recordIDsToDelete = {replaced.recordID()}});
+  EXPECT_EQ(codeOf(saveOne(device_, replaced)), CloudErrorCode::unknownItem) << "saved before, deleted since";
+  EXPECT_EQ(codeOf(saveOne(device_, replaced, Policy::changedKeys)), CloudErrorCode{0});
+}
+
+TEST_P(CloudDatabaseConformance, AnAtomicModifyAppliesAZoneWhollyOrNotAtAll) {
+  const CloudRecordZoneID other{"OtherZone"};
+  device_.saveRecordZone(privateScope, other);
+  const auto existing = saved(device_, task("t-1", "on the server"));
+  const auto stale = task("t-1", "stale");
+  CloudRecord elsewhere("Task", CloudRecordID{"t-9", other});
+  elsewhere.setValue("title", std::string("other zone"));
+
+  for (const bool atomically : {true, false}) {
+    const auto result =
+        device_.modifyRecords(privateScope, {.recordsToSave = {task("t-2", "fine"), stale, elsewhere},
+                                             .recordIDsToDelete = {CloudRecordID{"t-3", zone_}},
+                                             .atomically = atomically});
+    EXPECT_EQ(codeOf(result.saveResults[1].second), CloudErrorCode::serverRecordChanged);
+    EXPECT_EQ(codeOf(result.saveResults[0].second),
+              atomically ? CloudErrorCode::batchRequestFailed : CloudErrorCode{0});
+    ASSERT_EQ(result.deleteResults.size(), 1u);
+    EXPECT_EQ(result.deleteResults[0].second ? result.deleteResults[0].second->code() : CloudErrorCode{0},
+              atomically ? CloudErrorCode::batchRequestFailed : CloudErrorCode{0});
+    EXPECT_EQ(codeOf(result.saveResults[2].second), CloudErrorCode{0}) << "another zone is not held back";
+    EXPECT_EQ(thrownCode([&] {
+                device_.fetchRecord(privateScope, CloudRecordID{"t-2", zone_});
+              }),
+              atomically ? CloudErrorCode::unknownItem : CloudErrorCode{0});
+    elsewhere = std::get<CloudRecord>(result.saveResults[2].second);
+  }
+  EXPECT_EQ(device_.fetchRecord(privateScope, existing.recordID()), existing);
+
+  std::vector<CloudRecord> tooMany;
+  for (int index = 0; index <= 400; ++index) {
+    tooMany.push_back(task("t-many-" + std::to_string(index), "x"));
+  }
+  EXPECT_EQ(thrownCode([&] { device_.modifyRecords(privateScope, {.recordsToSave = tooMany}); }),
+            CloudErrorCode::limitExceeded);
+  tooMany.pop_back();
+  EXPECT_EQ(device_.modifyRecords(privateScope, {.recordsToSave = tooMany}).saveResults.size(), 400u);
+}
+
+TEST_P(CloudDatabaseConformance, DeletingARecordDeletesWhatDependsOnIt) {
+  saved(device_, CloudRecord("Project", CloudRecordID{"p-1", zone_}));
+  auto parentTask = task("t-1", "task");
+  parentTask.setValue("homeRef", dependsOn("p-1"));
+  auto subtask = task("t-2", "subtask");
+  subtask.setValue("parentTaskRef", dependsOn("t-1"));
+  auto looselyLinked = task("t-3", "only a parent link");
+  looselyLinked.setParent(CloudReference{CloudRecordID{"p-1", zone_}});
+  auto listed = task("t-4", "listed");
+  listed.setValue("links", std::vector{dependsOn("t-9"), dependsOn("p-1")});
+  device_.modifyRecords(privateScope, {.recordsToSave = {parentTask, subtask, looselyLinked, listed}});
+  const auto token = device_.fetchZoneChanges(privateScope, zone_, std::nullopt, 0).changeToken;
+
+  const auto result =
+      device_.modifyRecords(privateScope, {.recordIDsToDelete = {CloudRecordID{"p-1", zone_}}});
+  EXPECT_FALSE(result.deleteResults.at(0).second);
+  const auto changes = device_.fetchZoneChanges(privateScope, zone_, token, 0);
+  std::set<std::string> deleted;
+  for (const auto& record : changes.deletedRecords) {
+    deleted.insert(record.recordID.recordName + "/" + record.recordType);
+  }
+  EXPECT_EQ(deleted, (std::set<std::string>{"p-1/Project", "t-1/Task", "t-2/Task", "t-4/Task"}));
+  EXPECT_EQ(device_.fetchRecord(privateScope, looselyLinked.recordID()).recordID(), looselyLinked.recordID());
+
+  EXPECT_FALSE(device_.modifyRecords(privateScope, {.recordIDsToDelete = {CloudRecordID{"p-1", zone_}}})
+                   .deleteResults.at(0)
+                   .second)
+      << "deleting what is gone succeeds";
+}
+
+TEST_P(CloudDatabaseConformance, ZoneChangesArriveOnceEachInOrderAndPageByPage) {
+  for (int index = 1; index <= 5; ++index) {
+    saved(device_, task("t-" + std::to_string(index), "v1"));
+  }
+  auto edited = device_.fetchRecord(privateScope, CloudRecordID{"t-2", zone_});
+  edited.setValue("title", std::string("v2"));
+  saved(device_, edited);
+  device_.modifyRecords(privateScope, {.recordIDsToDelete = {CloudRecordID{"t-3", zone_}}});
+
+  std::vector<std::string> seen;
+  std::optional<CloudChangeToken> token;
+  int pages = 0;
+  for (bool more = true; more; ++pages) {
+    const auto page = device_.fetchZoneChanges(privateScope, zone_, token, 2);
+    EXPECT_LE(page.modifiedRecords.size() + page.deletedRecords.size(), 2u);
+    for (const auto& record : page.modifiedRecords) {
+      seen.push_back(record.recordID().recordName + "=" + title(record));
+    }
+    for (const auto& record : page.deletedRecords) {
+      seen.push_back(record.recordID.recordName + " deleted");
+    }
+    token = page.changeToken;
+    more = page.moreComing;
+  }
+  EXPECT_EQ(pages, 3);
+  std::ranges::sort(seen);
+  EXPECT_EQ(seen, (std::vector<std::string>{"t-1=v1", "t-2=v2", "t-3 deleted", "t-4=v1", "t-5=v1"}));
+
+  const auto quiet = device_.fetchZoneChanges(privateScope, zone_, token, 0);
+  EXPECT_TRUE(quiet.modifiedRecords.empty() && quiet.deletedRecords.empty() && !quiet.moreComing);
+  EXPECT_EQ(quiet.changeToken, token);
+  saved(device_, task("t-6", "later"));
+  EXPECT_EQ(device_.fetchZoneChanges(privateScope, zone_, token, 0).modifiedRecords.size(), 1u);
+
+  device_.deleteRecordZone(privateScope, zone_);
+  device_.saveRecordZone(privateScope, zone_);
+  EXPECT_EQ(thrownCode([&] { device_.fetchZoneChanges(privateScope, zone_, token, 0); }),
+            CloudErrorCode::changeTokenExpired);
+  EXPECT_EQ(thrownCode([&] { device_.fetchZoneChanges(privateScope, zone_, CloudChangeToken{"junk"}, 0); }),
+            CloudErrorCode::changeTokenExpired);
+}
+
+TEST_P(CloudDatabaseConformance, DatabaseChangesNameZonesAndWhyTheyWent) {
+  const auto start = device_.fetchDatabaseChanges(privateScope, std::nullopt);
+  EXPECT_EQ(start.modifiedZoneIDs, std::vector{zone_});
+  EXPECT_TRUE(device_.fetchDatabaseChanges(privateScope, start.changeToken).modifiedZoneIDs.empty());
+
+  const CloudRecordZoneID purged{"Purged"};
+  const CloudRecordZoneID reset{"Reset"};
+  for (const auto& zone : {purged, reset}) {
+    device_.saveRecordZone(privateScope, zone);
+  }
+  saved(device_, task("t-1", "x"));
+  device_.deleteRecordZone(privateScope, zone_);
+  device_.removeZone(purged, CloudZoneDeletionReason::purged);
+  device_.removeZone(reset, CloudZoneDeletionReason::encryptedDataReset);
+
+  const auto changes = device_.fetchDatabaseChanges(privateScope, start.changeToken);
+  EXPECT_TRUE(changes.modifiedZoneIDs.empty());
+  EXPECT_EQ(changes.deletedZones,
+            (std::vector<CloudZoneDeletion>{{purged, CloudZoneDeletionReason::purged},
+                                            {reset, CloudZoneDeletionReason::encryptedDataReset},
+                                            {zone_, CloudZoneDeletionReason::deleted}}));
+  CloudRecord intoPurged("Task", CloudRecordID{"t-2", purged});
+  EXPECT_EQ(codeOf(saveOne(device_, intoPurged)), CloudErrorCode::userDeletedZone);
+  EXPECT_EQ(thrownCode([&] { device_.fetchDatabaseChanges(privateScope, CloudChangeToken{"d:999"}); }),
+            CloudErrorCode::changeTokenExpired);
+}
+
+TEST_P(CloudDatabaseConformance, DevicesShareAnAccountAndAccountsAreApart) {
+  const auto storage = GetParam().openAgain(file_, storage_);
+  StoredCloudDatabase secondDevice(*storage, clock_);
+  StoredCloudDatabase otherAccount(*storage, clock_, "_someoneElse");
+  EXPECT_EQ(secondDevice.userRecordName(), device_.userRecordName());
+  EXPECT_EQ(device_.fetchUserRecordID().recordName, device_.userRecordName());
+
+  const auto token = secondDevice.fetchZoneChanges(privateScope, zone_, std::nullopt, 0).changeToken;
+  saved(device_, task("t-1", "from the first device"));
+  const auto changes = secondDevice.fetchZoneChanges(privateScope, zone_, token, 0);
+  ASSERT_EQ(changes.modifiedRecords.size(), 1u);
+  EXPECT_EQ(title(changes.modifiedRecords[0]), "from the first device");
+  EXPECT_TRUE(otherAccount.fetchAllRecordZones(privateScope).empty());
+
+  device_.signOut();
+  EXPECT_EQ(device_.accountStatus(), CloudAccountStatus::noAccount);
+  EXPECT_EQ(thrownCode([&] { device_.fetchAllRecordZones(privateScope); }), CloudErrorCode::notAuthenticated);
+}
+
+INSTANTIATE_TEST_SUITE_P(Backends, CloudDatabaseConformance, ::testing::ValuesIn(backends),
+                         [](const auto& backend) { return std::string(backend.param.name); });
+
+} // namespace
+} // namespace vantrel
