@@ -12,6 +12,8 @@ public:
 
   virtual ~Executor() = default;
   virtual void post(Job job) = 0;
+  /// Runs the job once `seconds` have passed, after the jobs posted for earlier.
+  virtual void postAfter(double seconds, Job job) = 0;
 };
 
 } // namespace vantrel

@@ -9,6 +9,28 @@ void ManualExecutor::post(Job job) {
   jobs_.push_back(std::move(job));
 }
 
+void ManualExecutor::postAfter(double seconds, Job job) {
+  const std::lock_guard lock(mutex_);
+  delayed_.emplace(now_ + seconds, std::move(job));
+}
+
+void ManualExecutor::advance(double seconds) {
+  const std::lock_guard lock(mutex_);
+  now_ += seconds;
+  while (!delayed_.empty() && delayed_.begin()->first <= now_) {
+    jobs_.push_back(std::move(delayed_.begin()->second));
+    delayed_.erase(delayed_.begin());
+  }
+}
+
+std::optional<double> ManualExecutor::nextDelay() const {
+  const std::lock_guard lock(mutex_);
+  if (delayed_.empty()) {
+    return std::nullopt;
+  }
+  return delayed_.begin()->first - now_;
+}
+
 bool ManualExecutor::runNext() {
   Job job;
   {

@@ -36,6 +36,17 @@ void SerialQueue::post(Job job) {
   wake_.notify_one();
 }
 
+void SerialQueue::postAfter(double seconds, Job job) {
+  {
+    const std::lock_guard lock(mutex_);
+    const auto due =
+        std::chrono::steady_clock::now() + std::chrono::duration_cast<std::chrono::steady_clock::duration>(
+                                               std::chrono::duration<double>(seconds));
+    delayed_.emplace(due, std::move(job));
+  }
+  wake_.notify_one();
+}
+
 void SerialQueue::waitUntilIdle() {
   std::unique_lock lock(mutex_);
   idle_.wait(lock, [this] { return jobs_.empty() && !running_; });
@@ -49,7 +60,18 @@ void SerialQueue::run() {
   }
   std::unique_lock lock(mutex_);
   while (true) {
-    wake_.wait(lock, [this] { return stopping_ || !jobs_.empty(); });
+    while (!delayed_.empty() && delayed_.begin()->first <= std::chrono::steady_clock::now()) {
+      jobs_.push_back(std::move(delayed_.begin()->second));
+      delayed_.erase(delayed_.begin());
+    }
+    if (jobs_.empty() && !stopping_) {
+      if (delayed_.empty()) {
+        wake_.wait(lock);
+      } else {
+        wake_.wait_until(lock, delayed_.begin()->first);
+      }
+      continue;
+    }
     if (jobs_.empty()) {
       return;
     }

@@ -1,6 +1,7 @@
 #include "VantrelCore/Platform/ManualExecutor.hpp"
 #include "VantrelCore/Platform/SerialQueue.hpp"
 
+#include <future>
 #include <gtest/gtest.h>
 #include <thread>
 #include <vector>
@@ -21,6 +22,21 @@ TEST(ManualExecutor, RunsJobsInOrderIncludingThoseTheyPost) {
   EXPECT_FALSE(executor.runNext());
 }
 
+TEST(ManualExecutor, DelayedJobsWaitForTimeToMoveOnAndRunEarliestFirst) {
+  ManualExecutor executor;
+  std::vector<int> ran;
+  executor.postAfter(5, [&] { ran.push_back(5); });
+  executor.postAfter(2, [&] { ran.push_back(2); });
+  EXPECT_EQ(executor.drain(), 0u);
+  EXPECT_EQ(executor.nextDelay(), 2.0);
+  executor.advance(1.5);
+  EXPECT_EQ(executor.drain(), 0u);
+  executor.advance(4);
+  EXPECT_EQ(executor.drain(), 2u);
+  EXPECT_EQ(ran, (std::vector{2, 5}));
+  EXPECT_EQ(executor.nextDelay(), std::nullopt);
+}
+
 TEST(SerialQueue, RunsJobsOneAtATimeInOrderOffTheCallersThread) {
   std::vector<int> ran;
   std::thread::id worker;
@@ -32,8 +48,11 @@ TEST(SerialQueue, RunsJobsOneAtATimeInOrderOffTheCallersThread) {
         worker = std::this_thread::get_id();
       });
     }
+    std::promise<void> delayedRan;
+    queue.postAfter(0.01, [&] { delayedRan.set_value(); });
     queue.waitUntilIdle();
     EXPECT_EQ(ran.size(), 100u);
+    delayedRan.get_future().wait();
     EXPECT_NE(worker, std::this_thread::get_id());
     // Work still queued when the queue goes away is done, not dropped.
     queue.post([] { std::this_thread::sleep_for(std::chrono::milliseconds(20)); });
