@@ -135,11 +135,15 @@ void SyncEngineState::remove(std::span<const PendingRecordZoneChange> changes) {
   }
   std::size_t kept = 0;
   for (std::size_t index = 0; index < recordChanges_.size(); ++index) {
-    if (!removed.contains(index)) {
+    if (removed.contains(index)) {
+      continue;
+    }
+    // Moving an element onto itself would empty its strings.
+    if (kept != index) {
       recordChanges_[kept] = std::move(recordChanges_[index]);
       recordPositions_[recordChanges_[kept].recordID] = kept;
-      ++kept;
     }
+    ++kept;
   }
   recordChanges_.resize(kept);
 }

@@ -30,6 +30,18 @@ TEST(SyncEngineState, KeepsOneChangePerRecordInItsFirstPlaceAndSurvivesARoundTri
   const PendingRecordZoneChange notListed[] = {PendingRecordZoneChange::save(id("a"))};
   state.remove(notListed);
   EXPECT_EQ(state.pendingChange(id("a")), Kind::deleteRecord);
+  const PendingRecordZoneChange more[] = {PendingRecordZoneChange::save(id("c")),
+                                          PendingRecordZoneChange::save(id("d"))};
+  state.add(more);
+  const PendingRecordZoneChange middle[] = {PendingRecordZoneChange::save(id("c"))};
+  state.remove(middle);
+  EXPECT_EQ(state.pendingRecordZoneChanges(),
+            (std::vector{PendingRecordZoneChange::remove(id("a")), PendingRecordZoneChange::save(id("b")),
+                         PendingRecordZoneChange::save(id("d"))}));
+  for (const char* name : {"a", "b", "d"}) {
+    EXPECT_TRUE(state.pendingChange(id(name))) << name;
+  }
+  EXPECT_FALSE(state.pendingChange(id("c")));
 
   const PendingDatabaseChange zones[] = {{PendingDatabaseChange::Kind::saveZone, zone},
                                          {PendingDatabaseChange::Kind::deleteZone, zone}};
