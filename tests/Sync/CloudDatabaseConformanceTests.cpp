@@ -1,3 +1,4 @@
+#include "Linux/SQLiteCloudDatabase.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
 #include "VantrelCore/Sync/StoredCloudDatabase.hpp"
 #include "tests/Support/InMemoryCloudStorage.hpp"
@@ -31,6 +32,8 @@ void PrintTo(const Backend& backend, std::ostream* stream) {
 const Backend backends[] = {
     {"InMemory", [](const auto&) { return std::make_shared<testing::InMemoryCloudStorage>(); },
      [](const auto&, auto same) { return same; }},
+    {"SQLite", [](const auto& file) { return std::make_shared<SQLiteCloudStorage>(file); },
+     [](const auto& file, auto) { return std::make_shared<SQLiteCloudStorage>(file); }},
 };
 
 class CloudDatabaseConformance : public ::testing::TestWithParam<Backend> {

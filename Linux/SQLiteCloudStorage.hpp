@@ -1,0 +1,44 @@
+#pragma once
+
+#include "VantrelCore/Sync/CloudStorage.hpp"
+
+#include <chrono>
+#include <filesystem>
+#include <functional>
+#include <memory>
+#include <mutex>
+
+namespace vantrel {
+
+/// The server's zones and records in one SQLite file, which several processes and profiles may share.
+///
+/// Records are kept as the bytes of CloudRecord::wholeRecordData(). A transaction takes the file's write
+/// lock as it begins, so a read-check-write cannot interleave with another writer's, in this process or
+/// another. Failures of the storage are thrown as CloudError: zoneBusy when another writer kept the lock
+/// past the busy timeout, badDatabase for anything else (a file that cannot be opened, is not a database,
+/// is damaged, was written by a newer schema, or holds bytes that do not read back as a record); each
+/// description names the file.
+class SQLiteCloudStorage final : public CloudStorage {
+public:
+  /// Opens `file`, creating it and its tables when missing; its folder must exist. `busyTimeout` is how
+  /// long a transaction waits for another writer before it fails with zoneBusy.
+  explicit SQLiteCloudStorage(std::filesystem::path file,
+                              std::chrono::milliseconds busyTimeout = std::chrono::seconds(10));
+  ~SQLiteCloudStorage() override;
+  SQLiteCloudStorage(const SQLiteCloudStorage&) = delete;
+  SQLiteCloudStorage& operator=(const SQLiteCloudStorage&) = delete;
+
+  /// Threads sharing this object take turns. Calling transact() again from inside `work` is a program
+  /// error and throws std::logic_error.
+  void transact(const std::function<void(CloudStorageTransaction&)>& work) override;
+
+private:
+  /// The SQLite connection with its prepared statements; it is also the transaction handed to `work`.
+  class Connection;
+
+  // Recursive, so that a nested transact() on the same thread reaches its check instead of deadlocking.
+  std::recursive_mutex mutex_;
+  std::unique_ptr<Connection> connection_;
+};
+
+} // namespace vantrel
