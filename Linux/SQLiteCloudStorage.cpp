@@ -23,8 +23,10 @@ namespace {
 // the scripts that have run. A change of schema appends a script and never edits one that has shipped.
 //
 // Entries and versions hold record bytes, so they keep their rows in rowid tables, where large rows do not
-// thin out the key tree; the small tables are clustered on their keys instead (WITHOUT ROWID). Versions
-// are numbered by `id` in the order they were kept, which is what pruning goes by.
+// thin out the key tree; the small tables are clustered on their keys instead (WITHOUT ROWID). A record's
+// current version lives in its entry only; `versions` holds the ones it replaced, numbered by `id` in the
+// order they were kept, which is what pruning goes by. Writing each record once is what keeps a save
+// close to a plain insert.
 constexpr std::array<const char*, 1> migrations = {R"sql(
 CREATE TABLE server_values(key TEXT PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;
 CREATE TABLE databases(owner TEXT PRIMARY KEY, sequence INTEGER NOT NULL) WITHOUT ROWID;
@@ -35,7 +37,7 @@ CREATE TABLE zone_deletions(owner TEXT NOT NULL, zone TEXT NOT NULL, reason INTE
                             database_sequence INTEGER NOT NULL);
 CREATE INDEX zone_deletions_by_sequence ON zone_deletions(owner, database_sequence);
 CREATE TABLE entries(owner TEXT NOT NULL, zone TEXT NOT NULL, name TEXT NOT NULL, type TEXT NOT NULL,
-                     sequence INTEGER NOT NULL, data BLOB, UNIQUE(owner, zone, name));
+                     sequence INTEGER NOT NULL, tag TEXT, data BLOB, UNIQUE(owner, zone, name));
 CREATE INDEX entries_by_sequence ON entries(owner, zone, sequence);
 CREATE TABLE versions(id INTEGER PRIMARY KEY, owner TEXT NOT NULL, zone TEXT NOT NULL, name TEXT NOT NULL,
                       tag TEXT NOT NULL, data BLOB NOT NULL, UNIQUE(owner, zone, name, tag));
@@ -141,6 +143,13 @@ private:
   void bindAt(int index, std::int64_t value) { check(sqlite3_bind_int64(statement_, index, value)); }
   void bindAt(int index, const std::string& text) {
     check(sqlite3_bind_text64(statement_, index, text.data(), text.size(), SQLITE_STATIC, SQLITE_UTF8));
+  }
+  void bindAt(int index, const std::optional<std::string>& text) {
+    if (text) {
+      bindAt(index, *text);
+    } else {
+      check(sqlite3_bind_null(statement_, index));
+    }
   }
   void bindAt(int index, Bytes value) {
     check(sqlite3_bind_blob64(statement_, index, value.bytes.data(), value.bytes.size(), SQLITE_STATIC));
@@ -482,23 +491,25 @@ void SQLiteCloudStorage::Connection::putRecord(const std::string& owner, const s
                                                const std::vector<std::string>& deleteSelfTargets) {
   const auto& recordName = record.recordID().recordName;
   const std::string data = record.wholeRecordData();
-  query("INSERT INTO entries(owner, zone, name, type, sequence, data) VALUES(?1, ?2, ?3, ?4, ?5, ?6) "
-        "ON CONFLICT(owner, zone, name) DO UPDATE SET "
-        "type = excluded.type, sequence = excluded.sequence, data = excluded.data")
-      .bind(owner, zoneName, recordName, record.recordType(), sequence, Bytes(data))
-      .run();
-
-  // A record without a change tag could never be asked for by one, so it is not kept as a version.
-  if (const auto& tag = record.systemFields().changeTag) {
-    // Replacing takes a new id, so a version saved again under its old tag counts as the newest.
-    query("INSERT OR REPLACE INTO versions(owner, zone, name, tag, data) VALUES(?1, ?2, ?3, ?4, ?5)")
-        .bind(owner, zoneName, recordName, *tag, Bytes(data))
-        .run();
+  // The version being replaced joins the kept ones; a version without a change tag could never be asked
+  // for by one. Replacing takes a new id, so a version kept again under its old tag counts as the newest.
+  auto kept = query("INSERT OR REPLACE INTO versions(owner, zone, name, tag, data) "
+                    "SELECT owner, zone, name, tag, data FROM entries "
+                    "WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND data IS NOT NULL AND tag IS NOT NULL");
+  kept.bind(owner, zoneName, recordName).run();
+  if (sqlite3_changes(database_.get()) > 0) {
     query("DELETE FROM versions WHERE id IN (SELECT id FROM versions "
           "WHERE owner = ?1 AND zone = ?2 AND name = ?3 ORDER BY id DESC LIMIT -1 OFFSET ?4)")
-        .bind(owner, zoneName, recordName, static_cast<std::int64_t>(keptVersionsPerRecord))
+        .bind(owner, zoneName, recordName, static_cast<std::int64_t>(keptVersionsPerRecord - 1))
         .run();
   }
+  const auto& tag = record.systemFields().changeTag;
+  query(
+      "INSERT INTO entries(owner, zone, name, type, sequence, tag, data) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7) "
+      "ON CONFLICT(owner, zone, name) DO UPDATE SET "
+      "type = excluded.type, sequence = excluded.sequence, tag = excluded.tag, data = excluded.data")
+      .bind(owner, zoneName, recordName, record.recordType(), sequence, tag, Bytes(data))
+      .run();
 
   dropDeleteSelfTargets(owner, zoneName, recordName);
   for (const auto& target : deleteSelfTargets) {
@@ -513,7 +524,9 @@ std::optional<CloudRecord> SQLiteCloudStorage::Connection::recordVersion(const s
                                                                          const std::string& zoneName,
                                                                          const std::string& recordName,
                                                                          const std::string& changeTag) {
-  auto select = query("SELECT data FROM versions WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND tag = ?4");
+  auto select = query("SELECT data FROM entries WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND tag = ?4 "
+                      "AND data IS NOT NULL UNION ALL "
+                      "SELECT data FROM versions WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND tag = ?4");
   select.bind(owner, zoneName, recordName, changeTag);
   if (!select.step()) {
     return std::nullopt;
@@ -524,9 +537,10 @@ std::optional<CloudRecord> SQLiteCloudStorage::Connection::recordVersion(const s
 void SQLiteCloudStorage::Connection::removeRecord(const std::string& owner, const std::string& zoneName,
                                                   const std::string& recordName,
                                                   const std::string& recordType, std::int64_t sequence) {
-  query("INSERT INTO entries(owner, zone, name, type, sequence, data) VALUES(?1, ?2, ?3, ?4, ?5, NULL) "
+  query("INSERT INTO entries(owner, zone, name, type, sequence, tag, data) VALUES(?1, ?2, ?3, ?4, ?5, NULL, "
+        "NULL) "
         "ON CONFLICT(owner, zone, name) DO UPDATE SET "
-        "type = excluded.type, sequence = excluded.sequence, data = NULL")
+        "type = excluded.type, sequence = excluded.sequence, tag = NULL, data = NULL")
       .bind(owner, zoneName, recordName, recordType, sequence)
       .run();
   query("DELETE FROM versions WHERE owner = ?1 AND zone = ?2 AND name = ?3")
