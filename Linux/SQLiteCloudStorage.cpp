@@ -7,6 +7,7 @@
 #include <algorithm>
 #include <array>
 #include <limits>
+#include <map>
 #include <memory>
 #include <sqlite3.h>
 #include <stdexcept>
@@ -25,25 +26,25 @@ namespace {
 // Entries and versions hold record bytes, so they keep their rows in rowid tables, where large rows do not
 // thin out the key tree; the small tables are clustered on their keys instead (WITHOUT ROWID). A record's
 // current version lives in its entry only; `versions` holds the ones it replaced, numbered by `id` in the
-// order they were kept, which is what pruning goes by. Writing each record once is what keeps a save
-// close to a plain insert.
+// order they were kept, which is what pruning goes by. Writing each record once, and naming its zone by a
+// number rather than by two strings, is what keeps a save close to a plain insert.
 constexpr std::array<const char*, 1> migrations = {R"sql(
 CREATE TABLE server_values(key TEXT PRIMARY KEY, value BLOB NOT NULL) WITHOUT ROWID;
 CREATE TABLE databases(owner TEXT PRIMARY KEY, sequence INTEGER NOT NULL) WITHOUT ROWID;
-CREATE TABLE zones(owner TEXT NOT NULL, zone TEXT NOT NULL, generation INTEGER NOT NULL,
-                   sequence INTEGER NOT NULL, oldest_served INTEGER NOT NULL,
-                   database_sequence INTEGER NOT NULL, PRIMARY KEY(owner, zone)) WITHOUT ROWID;
+CREATE TABLE zones(id INTEGER PRIMARY KEY, owner TEXT NOT NULL, zone TEXT NOT NULL,
+                   generation INTEGER NOT NULL, sequence INTEGER NOT NULL, oldest_served INTEGER NOT NULL,
+                   database_sequence INTEGER NOT NULL, UNIQUE(owner, zone));
 CREATE TABLE zone_deletions(owner TEXT NOT NULL, zone TEXT NOT NULL, reason INTEGER NOT NULL,
                             database_sequence INTEGER NOT NULL);
 CREATE INDEX zone_deletions_by_sequence ON zone_deletions(owner, database_sequence);
-CREATE TABLE entries(owner TEXT NOT NULL, zone TEXT NOT NULL, name TEXT NOT NULL, type TEXT NOT NULL,
-                     sequence INTEGER NOT NULL, tag TEXT, data BLOB, UNIQUE(owner, zone, name));
-CREATE INDEX entries_by_sequence ON entries(owner, zone, sequence);
-CREATE TABLE versions(id INTEGER PRIMARY KEY, owner TEXT NOT NULL, zone TEXT NOT NULL, name TEXT NOT NULL,
-                      tag TEXT NOT NULL, data BLOB NOT NULL, UNIQUE(owner, zone, name, tag));
-CREATE TABLE refs(owner TEXT NOT NULL, zone TEXT NOT NULL, source TEXT NOT NULL, target TEXT NOT NULL,
-                  PRIMARY KEY(owner, zone, source, target)) WITHOUT ROWID;
-CREATE INDEX refs_by_target ON refs(owner, zone, target);
+CREATE TABLE entries(zone_id INTEGER NOT NULL, name TEXT NOT NULL, type TEXT NOT NULL,
+                     sequence INTEGER NOT NULL, tag TEXT, data BLOB, UNIQUE(zone_id, name));
+CREATE INDEX entries_by_sequence ON entries(zone_id, sequence);
+CREATE TABLE versions(id INTEGER PRIMARY KEY, zone_id INTEGER NOT NULL, name TEXT NOT NULL,
+                      tag TEXT NOT NULL, data BLOB NOT NULL, UNIQUE(zone_id, name, tag));
+CREATE TABLE refs(zone_id INTEGER NOT NULL, source TEXT NOT NULL, target TEXT NOT NULL,
+                  PRIMARY KEY(zone_id, source, target)) WITHOUT ROWID;
+CREATE INDEX refs_by_target ON refs(zone_id, target);
 )sql"};
 
 struct DatabaseCloser {
@@ -240,6 +241,10 @@ private:
   Query query(SQL sql);
   void execute(sqlite3_stmt* statement) const;
   void migrate();
+  /// The number that names the zone in the record tables; nothing when the zone does not exist.
+  std::optional<std::int64_t> findZoneID(const std::string& owner, const std::string& zoneName);
+  /// Like findZoneID, for the zones the caller has checked exist.
+  std::int64_t zoneID(const std::string& owner, const std::string& zoneName);
   void dropDeleteSelfTargets(const std::string& owner, const std::string& zoneName,
                              const std::string& recordName);
   CloudRecord decode(std::string_view bytes, const std::string& zoneName,
@@ -251,6 +256,9 @@ private:
   StatementHandle commit_;
   StatementHandle rollback_;
   std::unordered_map<const char*, StatementHandle> statements_;
+  /// Zone numbers looked up in this transaction; another process may delete and make zones between
+  /// transactions, so the list starts empty with each.
+  std::map<std::pair<std::string, std::string>, std::int64_t> zoneIDs_;
   bool inTransaction_ = false;
 };
 
@@ -322,6 +330,7 @@ void SQLiteCloudStorage::Connection::execute(sqlite3_stmt* statement) const {
 }
 
 void SQLiteCloudStorage::Connection::begin() {
+  zoneIDs_.clear();
   execute(begin_.get());
   inTransaction_ = true;
 }
@@ -385,11 +394,33 @@ CloudRecord SQLiteCloudStorage::Connection::decode(std::string_view bytes, const
   }
 }
 
+std::optional<std::int64_t> SQLiteCloudStorage::Connection::findZoneID(const std::string& owner,
+                                                                       const std::string& zoneName) {
+  const auto key = std::pair(owner, zoneName);
+  if (const auto known = zoneIDs_.find(key); known != zoneIDs_.end()) {
+    return known->second;
+  }
+  auto select = query("SELECT id FROM zones WHERE owner = ?1 AND zone = ?2");
+  select.bind(owner, zoneName);
+  if (!select.step()) {
+    return std::nullopt;
+  }
+  return zoneIDs_.emplace(key, select.integer(0)).first->second;
+}
+
+std::int64_t SQLiteCloudStorage::Connection::zoneID(const std::string& owner, const std::string& zoneName) {
+  if (const auto id = findZoneID(owner, zoneName)) {
+    return *id;
+  }
+  throw std::logic_error("SQLiteCloudStorage: records of zone '" + zoneName + "' of " + owner +
+                         ", which does not exist");
+}
+
 void SQLiteCloudStorage::Connection::dropDeleteSelfTargets(const std::string& owner,
                                                            const std::string& zoneName,
                                                            const std::string& recordName) {
-  query("DELETE FROM refs WHERE owner = ?1 AND zone = ?2 AND source = ?3")
-      .bind(owner, zoneName, recordName)
+  query("DELETE FROM refs WHERE zone_id = ?1 AND source = ?2")
+      .bind(zoneID(owner, zoneName), recordName)
       .run();
 }
 
@@ -439,8 +470,11 @@ std::optional<CloudStoredZone> SQLiteCloudStorage::Connection::zone(const std::s
 
 void SQLiteCloudStorage::Connection::putZone(const std::string& owner, const std::string& zoneName,
                                              const CloudStoredZone& zone) {
-  query("INSERT OR REPLACE INTO zones(owner, zone, generation, sequence, oldest_served, database_sequence) "
-        "VALUES(?1, ?2, ?3, ?4, ?5, ?6)")
+  query("INSERT INTO zones(owner, zone, generation, sequence, oldest_served, database_sequence) "
+        "VALUES(?1, ?2, ?3, ?4, ?5, ?6) ON CONFLICT(owner, zone) DO UPDATE SET generation = "
+        "excluded.generation, "
+        "sequence = excluded.sequence, oldest_served = excluded.oldest_served, "
+        "database_sequence = excluded.database_sequence")
       .bind(owner, zoneName, zone.generation, zone.sequence, zone.oldestServedSequence, zone.databaseSequence)
       .run();
 }
@@ -448,10 +482,13 @@ void SQLiteCloudStorage::Connection::putZone(const std::string& owner, const std
 void SQLiteCloudStorage::Connection::deleteZone(const std::string& owner,
                                                 const CloudStoredZoneDeletion& deletion) {
   const auto& zoneName = deletion.zoneName;
-  query("DELETE FROM entries WHERE owner = ?1 AND zone = ?2").bind(owner, zoneName).run();
-  query("DELETE FROM versions WHERE owner = ?1 AND zone = ?2").bind(owner, zoneName).run();
-  query("DELETE FROM refs WHERE owner = ?1 AND zone = ?2").bind(owner, zoneName).run();
-  query("DELETE FROM zones WHERE owner = ?1 AND zone = ?2").bind(owner, zoneName).run();
+  if (const auto id = findZoneID(owner, zoneName)) {
+    query("DELETE FROM entries WHERE zone_id = ?1").bind(*id).run();
+    query("DELETE FROM versions WHERE zone_id = ?1").bind(*id).run();
+    query("DELETE FROM refs WHERE zone_id = ?1").bind(*id).run();
+    query("DELETE FROM zones WHERE id = ?1").bind(*id).run();
+    zoneIDs_.erase(std::pair(owner, zoneName));
+  }
   query("INSERT INTO zone_deletions(owner, zone, reason, database_sequence) VALUES(?1, ?2, ?3, ?4)")
       .bind(owner, zoneName, reasonNumber(deletion.reason), deletion.databaseSequence)
       .run();
@@ -478,8 +515,8 @@ std::vector<CloudStoredZoneDeletion> SQLiteCloudStorage::Connection::zoneDeletio
 std::optional<CloudRecord> SQLiteCloudStorage::Connection::record(const std::string& owner,
                                                                   const std::string& zoneName,
                                                                   const std::string& recordName) {
-  auto select = query("SELECT data FROM entries WHERE owner = ?1 AND zone = ?2 AND name = ?3");
-  select.bind(owner, zoneName, recordName);
+  auto select = query("SELECT data FROM entries WHERE zone_id = ?1 AND name = ?2");
+  select.bind(zoneID(owner, zoneName), recordName);
   if (!select.step() || select.isNull(0)) {
     return std::nullopt;
   }
@@ -493,29 +530,29 @@ void SQLiteCloudStorage::Connection::putRecord(const std::string& owner, const s
   const std::string data = record.wholeRecordData();
   // The version being replaced joins the kept ones; a version without a change tag could never be asked
   // for by one. Replacing takes a new id, so a version kept again under its old tag counts as the newest.
-  auto kept = query("INSERT OR REPLACE INTO versions(owner, zone, name, tag, data) "
-                    "SELECT owner, zone, name, tag, data FROM entries "
-                    "WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND data IS NOT NULL AND tag IS NOT NULL");
-  kept.bind(owner, zoneName, recordName).run();
+  const std::int64_t zone = zoneID(owner, zoneName);
+  auto kept = query("INSERT OR REPLACE INTO versions(zone_id, name, tag, data) "
+                    "SELECT zone_id, name, tag, data FROM entries "
+                    "WHERE zone_id = ?1 AND name = ?2 AND data IS NOT NULL AND tag IS NOT NULL");
+  kept.bind(zone, recordName).run();
   if (sqlite3_changes(database_.get()) > 0) {
     query("DELETE FROM versions WHERE id IN (SELECT id FROM versions "
-          "WHERE owner = ?1 AND zone = ?2 AND name = ?3 ORDER BY id DESC LIMIT -1 OFFSET ?4)")
-        .bind(owner, zoneName, recordName, static_cast<std::int64_t>(keptVersionsPerRecord - 1))
+          "WHERE zone_id = ?1 AND name = ?2 ORDER BY id DESC LIMIT -1 OFFSET ?3)")
+        .bind(zone, recordName, static_cast<std::int64_t>(keptVersionsPerRecord - 1))
         .run();
   }
   const auto& tag = record.systemFields().changeTag;
-  query(
-      "INSERT INTO entries(owner, zone, name, type, sequence, tag, data) VALUES(?1, ?2, ?3, ?4, ?5, ?6, ?7) "
-      "ON CONFLICT(owner, zone, name) DO UPDATE SET "
-      "type = excluded.type, sequence = excluded.sequence, tag = excluded.tag, data = excluded.data")
-      .bind(owner, zoneName, recordName, record.recordType(), sequence, tag, Bytes(data))
+  query("INSERT INTO entries(zone_id, name, type, sequence, tag, data) VALUES(?1, ?2, ?3, ?4, ?5, ?6) "
+        "ON CONFLICT(zone_id, name) DO UPDATE SET "
+        "type = excluded.type, sequence = excluded.sequence, tag = excluded.tag, data = excluded.data")
+      .bind(zone, recordName, record.recordType(), sequence, tag, Bytes(data))
       .run();
 
   dropDeleteSelfTargets(owner, zoneName, recordName);
   for (const auto& target : deleteSelfTargets) {
     // A record may point at one target from several fields; it refers to it once.
-    query("INSERT OR IGNORE INTO refs(owner, zone, source, target) VALUES(?1, ?2, ?3, ?4)")
-        .bind(owner, zoneName, recordName, target)
+    query("INSERT OR IGNORE INTO refs(zone_id, source, target) VALUES(?1, ?2, ?3)")
+        .bind(zone, recordName, target)
         .run();
   }
 }
@@ -524,10 +561,10 @@ std::optional<CloudRecord> SQLiteCloudStorage::Connection::recordVersion(const s
                                                                          const std::string& zoneName,
                                                                          const std::string& recordName,
                                                                          const std::string& changeTag) {
-  auto select = query("SELECT data FROM entries WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND tag = ?4 "
+  auto select = query("SELECT data FROM entries WHERE zone_id = ?1 AND name = ?2 AND tag = ?3 "
                       "AND data IS NOT NULL UNION ALL "
-                      "SELECT data FROM versions WHERE owner = ?1 AND zone = ?2 AND name = ?3 AND tag = ?4");
-  select.bind(owner, zoneName, recordName, changeTag);
+                      "SELECT data FROM versions WHERE zone_id = ?1 AND name = ?2 AND tag = ?3");
+  select.bind(zoneID(owner, zoneName), recordName, changeTag);
   if (!select.step()) {
     return std::nullopt;
   }
@@ -537,24 +574,21 @@ std::optional<CloudRecord> SQLiteCloudStorage::Connection::recordVersion(const s
 void SQLiteCloudStorage::Connection::removeRecord(const std::string& owner, const std::string& zoneName,
                                                   const std::string& recordName,
                                                   const std::string& recordType, std::int64_t sequence) {
-  query("INSERT INTO entries(owner, zone, name, type, sequence, tag, data) VALUES(?1, ?2, ?3, ?4, ?5, NULL, "
-        "NULL) "
-        "ON CONFLICT(owner, zone, name) DO UPDATE SET "
+  const std::int64_t zone = zoneID(owner, zoneName);
+  query("INSERT INTO entries(zone_id, name, type, sequence, tag, data) VALUES(?1, ?2, ?3, ?4, NULL, NULL) "
+        "ON CONFLICT(zone_id, name) DO UPDATE SET "
         "type = excluded.type, sequence = excluded.sequence, tag = NULL, data = NULL")
-      .bind(owner, zoneName, recordName, recordType, sequence)
+      .bind(zone, recordName, recordType, sequence)
       .run();
-  query("DELETE FROM versions WHERE owner = ?1 AND zone = ?2 AND name = ?3")
-      .bind(owner, zoneName, recordName)
-      .run();
+  query("DELETE FROM versions WHERE zone_id = ?1 AND name = ?2").bind(zone, recordName).run();
   dropDeleteSelfTargets(owner, zoneName, recordName);
 }
 
 std::vector<std::string> SQLiteCloudStorage::Connection::deleteSelfReferrers(const std::string& owner,
                                                                              const std::string& zoneName,
                                                                              const std::string& target) {
-  auto select =
-      query("SELECT source FROM refs WHERE owner = ?1 AND zone = ?2 AND target = ?3 ORDER BY source");
-  select.bind(owner, zoneName, target);
+  auto select = query("SELECT source FROM refs WHERE zone_id = ?1 AND target = ?2 ORDER BY source");
+  select.bind(zoneID(owner, zoneName), target);
   std::vector<std::string> referrers;
   while (select.step()) {
     referrers.push_back(select.text(0));
@@ -567,9 +601,9 @@ std::vector<CloudStoredChange> SQLiteCloudStorage::Connection::changesSince(cons
                                                                             std::int64_t since,
                                                                             std::size_t limit) {
   auto select = query("SELECT sequence, name, type, data FROM entries "
-                      "WHERE owner = ?1 AND zone = ?2 AND sequence > ?3 ORDER BY sequence LIMIT ?4");
+                      "WHERE zone_id = ?1 AND sequence > ?2 ORDER BY sequence LIMIT ?3");
   const auto rows = std::min<std::size_t>(limit, std::numeric_limits<std::int64_t>::max());
-  select.bind(owner, zoneName, since, static_cast<std::int64_t>(rows));
+  select.bind(zoneID(owner, zoneName), since, static_cast<std::int64_t>(rows));
   std::vector<CloudStoredChange> changes;
   while (select.step()) {
     auto& change = changes.emplace_back();

@@ -75,6 +75,7 @@ TEST_F(SQLiteCloudStorageTest, EverythingWrittenReadsBackThroughAnotherObject) {
   SQLiteCloudStorage writer(file_);
   SQLiteCloudStorage reader(file_); // opened before the writes, as another process would be
   writer.transact([&](Transaction& storage) {
+    storage.putZone(alice, zone, {});
     storage.putRecord(alice, zone, record, 5, {});
     storage.setValue("empty", "");
     storage.setValue("bytes", bytes);
@@ -95,7 +96,7 @@ TEST_F(SQLiteCloudStorageTest, EverythingWrittenReadsBackThroughAnotherObject) {
     EXPECT_EQ(storage.value("missing"), std::nullopt);
     EXPECT_EQ(storage.databaseSequence(alice), 9);
     EXPECT_EQ(storage.databaseSequence(bob), 0);
-    EXPECT_EQ(storage.zoneNames(alice), (Names{"a", "b"}));
+    EXPECT_EQ(storage.zoneNames(alice), (Names{zone, "a", "b"}));
     EXPECT_EQ(storage.zone(alice, "a"), (CloudStoredZone{5, 6, 7, 8}));
     EXPECT_EQ(storage.zone(bob, "a"), std::nullopt);
   });
@@ -105,6 +106,7 @@ TEST_F(SQLiteCloudStorageTest, VersionsAreKeptUpToTheLimitAndDroppedWithTheRecor
   // Tags up to "v10", which sorts before "v2": pruning must go by age.
   const std::size_t saved = CloudStorage::keptVersionsPerRecord + 2;
   transact([&](Transaction& storage) {
+    storage.putZone(alice, zone, {});
     storage.putRecord(alice, zone, task("other", "v1", "other"), 1, {});
     for (std::size_t index = 1; index <= saved; ++index) {
       const auto tag = "v" + std::to_string(index);
@@ -128,8 +130,10 @@ TEST_F(SQLiteCloudStorageTest, VersionsAreKeptUpToTheLimitAndDroppedWithTheRecor
 
 TEST_F(SQLiteCloudStorageTest, AFailedTransactionLeavesNoTrace) {
   SQLiteCloudStorage cloud(file_);
-  cloud.transact(
-      [&](Transaction& storage) { storage.putRecord(alice, zone, task("r", "1", "before"), 1, {"t"}); });
+  cloud.transact([&](Transaction& storage) {
+    storage.putZone(alice, zone, {});
+    storage.putRecord(alice, zone, task("r", "1", "before"), 1, {"t"});
+  });
   EXPECT_THROW(cloud.transact([&](Transaction& storage) {
     storage.setValue("k", "v");
     storage.setDatabaseSequence(alice, 5);
@@ -228,6 +232,7 @@ TEST_F(SQLiteCloudStorageTest, UnreadableFilesFailAsBadDatabaseNamingTheFile) {
     SCOPED_TRACE(name);
     std::filesystem::remove(file_);
     transact([](Transaction& storage) {
+      storage.putZone(alice, zone, {});
       storage.putRecord(alice, zone, task("r", "1"), 1, {});
       storage.deleteZone(alice, {"Old", CloudZoneDeletionReason::deleted, 1});
     });
