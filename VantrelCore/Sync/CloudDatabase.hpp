@@ -8,10 +8,12 @@
 #include "VantrelCore/Sync/CloudRecord.hpp"
 #include "VantrelCore/Sync/CloudRecordID.hpp"
 #include "VantrelCore/Sync/CloudRecordZoneID.hpp"
+#include "VantrelCore/Sync/CloudShare.hpp"
 #include "VantrelCore/Sync/CloudZoneChanges.hpp"
 
 #include <cstddef>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace vantrel {
@@ -56,6 +58,14 @@ public:
   virtual CloudZoneChanges fetchZoneChanges(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID,
                                             const std::optional<CloudChangeToken>& since,
                                             std::size_t resultsLimit) = 0;
+
+  /// Shares the root record of `share` (in the private database) with its participants; answers the
+  /// share as saved, with its link.
+  virtual CloudShare saveShare(const CloudShare& share) = 0;
+  /// The share a link invites to; unknownItem when there is none.
+  virtual CloudShare fetchShare(const std::string& url) = 0;
+  /// Joins the share as the signed-in user: the owner's zone then appears in the shared database.
+  virtual void acceptShare(const CloudShare& share) = 0;
 };
 
 } // namespace vantrel

@@ -535,4 +535,27 @@ CloudZoneChanges StoredCloudDatabase::fetchZoneChanges(CloudDatabaseScope scope,
   return changes;
 }
 
+namespace {
+
+CloudError sharingUnavailable() {
+  return CloudError(CloudErrorCode::internalError, "Sharing is not available in this cloud database yet.");
+}
+
+} // namespace
+
+CloudShare StoredCloudDatabase::saveShare(const CloudShare&) {
+  requireAccount();
+  throw sharingUnavailable();
+}
+
+CloudShare StoredCloudDatabase::fetchShare(const std::string&) {
+  requireAccount();
+  throw sharingUnavailable();
+}
+
+void StoredCloudDatabase::acceptShare(const CloudShare&) {
+  requireAccount();
+  throw sharingUnavailable();
+}
+
 } // namespace vantrel

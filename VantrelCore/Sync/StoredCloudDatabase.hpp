@@ -17,7 +17,8 @@ namespace vantrel {
 /// even in a zone deleted and made again. Tokens carry the same two numbers: a token from an older
 /// generation, or from before the oldest change still served, is expired.
 ///
-/// Nothing is shared with this account yet: its shared database holds no zones.
+/// Sharing is not built yet: the share calls fail with internalError saying so, and the shared database
+/// holds no zones.
 class StoredCloudDatabase : public CloudDatabase {
 public:
   /// Signed in to `userRecordName`, or with none to the storage's own account (made on first use).
@@ -49,6 +50,10 @@ public:
   CloudZoneChanges fetchZoneChanges(CloudDatabaseScope scope, const CloudRecordZoneID& zoneID,
                                     const std::optional<CloudChangeToken>& since,
                                     std::size_t resultsLimit) override;
+
+  CloudShare saveShare(const CloudShare& share) override;
+  CloudShare fetchShare(const std::string& url) override;
+  void acceptShare(const CloudShare& share) override;
 
 private:
   class ZoneBatch;

@@ -164,4 +164,19 @@ CloudZoneChanges InMemoryCloudDatabase::fetchZoneChanges(CloudDatabaseScope scop
   return database_.fetchZoneChanges(scope, zoneID, since, resultsLimit);
 }
 
+CloudShare InMemoryCloudDatabase::saveShare(const CloudShare& share) {
+  failIfDue();
+  return database_.saveShare(share);
+}
+
+CloudShare InMemoryCloudDatabase::fetchShare(const std::string& url) {
+  failIfDue();
+  return database_.fetchShare(url);
+}
+
+void InMemoryCloudDatabase::acceptShare(const CloudShare& share) {
+  failIfDue();
+  database_.acceptShare(share);
+}
+
 } // namespace vantrel::testing

@@ -51,6 +51,10 @@ public:
                                     const std::optional<CloudChangeToken>& since,
                                     std::size_t resultsLimit) override;
 
+  CloudShare saveShare(const CloudShare& share) override;
+  CloudShare fetchShare(const std::string& url) override;
+  void acceptShare(const CloudShare& share) override;
+
 private:
   /// Throws the injected failure of the next call, if one is due.
   void failIfDue();
