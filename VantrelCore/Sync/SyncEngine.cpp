@@ -316,6 +316,14 @@ bool SyncEngine::sendRecordZoneChanges(const RecordZoneChangeBatch& batch) {
   for (const auto& recordID : batch.skippedSaves) {
     done.push_back(PendingRecordZoneChange::save(recordID));
   }
+  // What was sent is taken out of the state only if it was not added again meanwhile.
+  std::map<CloudRecordID, std::uint64_t> generations;
+  for (const auto& record : batch.recordsToSave) {
+    generations[record.recordID()] = state_.changeGeneration(record.recordID());
+  }
+  for (const auto& recordID : batch.recordIDsToDelete) {
+    generations[recordID] = state_.changeGeneration(recordID);
+  }
   CloudModifyRequest request{.recordsToSave = batch.recordsToSave,
                              .recordIDsToDelete = batch.recordIDsToDelete,
                              .savePolicy = CloudSavePolicy::ifServerRecordUnchanged,
@@ -363,6 +371,10 @@ bool SyncEngine::sendRecordZoneChanges(const RecordZoneChangeBatch& batch) {
       event.failedRecordDeletes.emplace_back(recordID, *error);
     }
   }
+  std::erase_if(done, [&](const PendingRecordZoneChange& change) {
+    const auto sent = generations.find(change.recordID);
+    return sent != generations.end() && sent->second != state_.changeGeneration(change.recordID);
+  });
   state_.remove(std::span<const PendingRecordZoneChange>(done));
   deliverStateUpdate();
   deliver(std::move(event));

@@ -106,17 +106,24 @@ Kind readKind(std::string_view text, std::initializer_list<std::pair<std::string
 
 std::optional<PendingRecordZoneChange::Kind>
 SyncEngineState::pendingChange(const CloudRecordID& recordID) const {
-  const auto found = recordPositions_.find(recordID);
-  return found == recordPositions_.end() ? std::nullopt : std::optional(recordChanges_[found->second].kind);
+  const auto found = recordSlots_.find(recordID);
+  return found == recordSlots_.end() ? std::nullopt
+                                     : std::optional(recordChanges_[found->second.position].kind);
+}
+
+std::uint64_t SyncEngineState::changeGeneration(const CloudRecordID& recordID) const {
+  const auto found = recordSlots_.find(recordID);
+  return found == recordSlots_.end() ? 0 : found->second.generation;
 }
 
 void SyncEngineState::add(std::span<const PendingRecordZoneChange> changes) {
   for (const auto& change : changes) {
-    const auto [position, inserted] = recordPositions_.try_emplace(change.recordID, recordChanges_.size());
+    const auto [slot, inserted] = recordSlots_.try_emplace(change.recordID, Slot{recordChanges_.size()});
+    slot->second.generation = ++lastGeneration_;
     if (inserted) {
       recordChanges_.push_back(change);
     } else {
-      recordChanges_[position->second] = change;
+      recordChanges_[slot->second.position] = change;
     }
   }
 }
@@ -124,10 +131,10 @@ void SyncEngineState::add(std::span<const PendingRecordZoneChange> changes) {
 void SyncEngineState::remove(std::span<const PendingRecordZoneChange> changes) {
   std::set<std::size_t> removed;
   for (const auto& change : changes) {
-    const auto found = recordPositions_.find(change.recordID);
-    if (found != recordPositions_.end() && recordChanges_[found->second] == change) {
-      removed.insert(found->second);
-      recordPositions_.erase(found);
+    const auto found = recordSlots_.find(change.recordID);
+    if (found != recordSlots_.end() && recordChanges_[found->second.position] == change) {
+      removed.insert(found->second.position);
+      recordSlots_.erase(found);
     }
   }
   if (removed.empty()) {
@@ -141,7 +148,7 @@ void SyncEngineState::remove(std::span<const PendingRecordZoneChange> changes) {
     // Moving an element onto itself would empty its strings.
     if (kept != index) {
       recordChanges_[kept] = std::move(recordChanges_[index]);
-      recordPositions_[recordChanges_[kept].recordID] = kept;
+      recordSlots_.at(recordChanges_[kept].recordID).position = kept;
     }
     ++kept;
   }
@@ -165,6 +172,12 @@ void SyncEngineState::remove(std::span<const PendingDatabaseChange> changes) {
   });
 }
 
+bool operator==(const SyncEngineState& left, const SyncEngineState& right) {
+  return left.recordChanges_ == right.recordChanges_ && left.databaseChanges_ == right.databaseChanges_ &&
+         left.databaseChangeToken_ == right.databaseChangeToken_ &&
+         left.zoneChangeTokens_ == right.zoneChangeTokens_ && left.userRecordName_ == right.userRecordName_;
+}
+
 std::optional<CloudChangeToken> SyncEngineState::zoneChangeToken(const CloudRecordZoneID& zoneID) const {
   const auto found = zoneChangeTokens_.find(zoneID);
   return found == zoneChangeTokens_.end() ? std::nullopt : std::optional(found->second);
@@ -181,7 +194,7 @@ void SyncEngineState::setZoneChangeToken(const CloudRecordZoneID& zoneID,
 
 void SyncEngineState::reset() {
   recordChanges_.clear();
-  recordPositions_.clear();
+  recordSlots_.clear();
   databaseChanges_.clear();
   databaseChangeToken_.reset();
   zoneChangeTokens_.clear();

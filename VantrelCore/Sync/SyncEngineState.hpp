@@ -3,6 +3,7 @@
 #include "VantrelCore/Sync/CloudChangeToken.hpp"
 #include "VantrelCore/Sync/PendingRecordZoneChange.hpp"
 
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <span>
@@ -23,6 +24,10 @@ public:
   const std::vector<PendingDatabaseChange>& pendingDatabaseChanges() const { return databaseChanges_; }
   /// Whether a change of the record is waiting, and which.
   std::optional<PendingRecordZoneChange::Kind> pendingChange(const CloudRecordID& recordID) const;
+  /// A number that changes whenever the record's change is added again: a send compares it before and
+  /// after, so that a change added while the send was under way is not taken for the one that was sent.
+  /// Zero when nothing waits for the record. Not kept across runs.
+  std::uint64_t changeGeneration(const CloudRecordID& recordID) const;
 
   void add(std::span<const PendingRecordZoneChange> changes);
   /// Removes the listed changes that are exactly these (a save does not remove a pending delete).
@@ -46,12 +51,18 @@ public:
   /// Throws DecodingError, naming where, for bytes that serialized() did not write.
   static SyncEngineState deserialize(std::string_view data);
 
-  friend bool operator==(const SyncEngineState&, const SyncEngineState&) = default;
+  /// The same pending changes, tokens and account.
+  friend bool operator==(const SyncEngineState& left, const SyncEngineState& right);
 
 private:
   std::vector<PendingRecordZoneChange> recordChanges_;
-  /// Position of each record's change in the list, so that adding and removing stay cheap.
-  std::map<CloudRecordID, std::size_t> recordPositions_;
+  struct Slot {
+    /// Where the record's change is in the list, so that adding and removing stay cheap.
+    std::size_t position = 0;
+    std::uint64_t generation = 0;
+  };
+  std::map<CloudRecordID, Slot> recordSlots_;
+  std::uint64_t lastGeneration_ = 0;
   std::vector<PendingDatabaseChange> databaseChanges_;
   std::optional<CloudChangeToken> databaseChangeToken_;
   std::map<CloudRecordZoneID, CloudChangeToken> zoneChangeTokens_;

@@ -1,6 +1,7 @@
 #include "tests/Support/InMemoryCloudDatabase.hpp"
 
 #include <set>
+#include <utility>
 #include <variant>
 
 namespace vantrel::testing {
@@ -117,6 +118,9 @@ CloudModifyResult InMemoryCloudDatabase::modifyRecords(CloudDatabaseScope scope,
     }
   }
   CloudModifyResult applied = database_.modifyRecords(scope, passed);
+  if (auto action = std::exchange(inFlight_, nullptr)) {
+    action();
+  }
   if (lostResponses_ > 0) {
     --lostResponses_;
     throw CloudError(CloudErrorCode::serverResponseLost);

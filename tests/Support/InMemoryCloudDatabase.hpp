@@ -3,6 +3,7 @@
 #include "VantrelCore/Sync/StoredCloudDatabase.hpp"
 #include "tests/Support/InMemoryCloudStorage.hpp"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -30,6 +31,9 @@ public:
   void failItems(const std::string& recordName, const CloudError& error, int count = 1);
   /// The next `count` modifies are applied, and then answer serverResponseLost.
   void loseNextResponses(int count) { lostResponses_ = count; }
+  /// Runs `action` once, inside the next modify, after the server applied it and before the answer
+  /// returns: what the user does while a request is in flight.
+  void whileNextModifyIsInFlight(std::function<void()> action) { inFlight_ = std::move(action); }
   /// While exceeded, every save fails with quotaExceeded; deletes still go through.
   void setQuotaExceeded(bool exceeded) { quotaExceeded_ = exceeded; }
   /// Deletes the zone as the user or the account would, not the app.
@@ -68,6 +72,7 @@ private:
   std::optional<CloudError> callError_;
   std::map<std::string, std::pair<int, CloudError>> itemFaults_;
   int lostResponses_ = 0;
+  std::function<void()> inFlight_;
   bool quotaExceeded_ = false;
   int modifyCalls_ = 0;
 };

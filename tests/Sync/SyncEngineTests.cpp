@@ -259,6 +259,15 @@ TEST_F(SyncEngineTest, ASaveWhoseAnswerWasLostIsSentAgainWithoutLoss) {
   EXPECT_EQ(serverContents(), onPhone_->contents());
 }
 
+TEST_F(SyncEngineTest, AChangeAddedWhileItsSaveIsInFlightIsSentAfterIt) {
+  onPhone_->engine->fetchChanges();
+  onPhone_->edit("t-1", "title", std::string("first"));
+  phone_.whileNextModifyIsInFlight([&] { onPhone_->edit("t-1", "title", std::string("second")); });
+  onPhone_->engine->sendChanges();
+  EXPECT_EQ(phone_.modifyCallCount(), 2) << "the newer change was not taken for the one that was sent";
+  EXPECT_TRUE(onPhone_->engine->state().pendingRecordZoneChanges().empty());
+}
+
 TEST_F(SyncEngineTest, SyncsByItselfAndRetriesAfterTheDelay) {
   ManualExecutor owner;
   auto device = std::make_shared<SyncTestDevice>();
