@@ -1,5 +1,7 @@
 #include "VantrelCore/Platform/SHA256.hpp"
 
+#include "VantrelCore/Platform/HexText.hpp"
+
 #include <memory>
 #include <openssl/evp.h>
 #include <stdexcept>
@@ -33,14 +35,8 @@ std::array<std::uint8_t, 32> SHA256::digest(std::string_view bytes) {
 }
 
 std::string SHA256::hexDigest(std::string_view bytes) {
-  static constexpr char digits[] = "0123456789abcdef";
-  std::string text;
-  text.reserve(64);
-  for (const std::uint8_t byte : digest(bytes)) {
-    text += digits[byte >> 4];
-    text += digits[byte & 0x0f];
-  }
-  return text;
+  const auto raw = digest(bytes);
+  return hexText(std::string_view(reinterpret_cast<const char*>(raw.data()), raw.size()));
 }
 
 } // namespace vantrel

@@ -41,12 +41,16 @@ struct CacheSnapshotCoordinator::Writer {
 
 CacheSnapshotCoordinator::CacheSnapshotCoordinator(CloudKitCache& cache,
                                                    const CloudKitPersistence& persistence, Executor& owner,
-                                                   Executor& writeQueue, const Clock& clock)
+                                                   Executor& writeQueue, const Clock& clock,
+                                                   std::function<void()> onMutation)
     : cache_(cache), persistence_(persistence), owner_(owner), writeQueue_(writeQueue), clock_(clock),
       logger_("com.vantrel.vantrel", "CloudKitStore"),
       writer_(std::make_shared<Writer>(persistence, clock, logger_)),
       self_(std::make_shared<CacheSnapshotCoordinator*>(this)) {
-  cache_.setOnMutation([this] {
+  cache_.setOnMutation([this, onMutation = std::move(onMutation)] {
+    if (onMutation) {
+      onMutation();
+    }
     if (!restoring_) {
       scheduleWrite();
     }

@@ -8,6 +8,7 @@
 #include "VantrelCore/Store/SnapshotStatus.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string_view>
@@ -32,9 +33,10 @@ public:
   /// The label of the background queue the store creates for these writes.
   static constexpr std::string_view writeQueueLabel = "com.vantrel.vantrel.cache-snapshot";
 
-  /// Schedules a write after each mutation of `cache` from now on.
+  /// Schedules a write after each mutation of `cache` from now on, and tells `onMutation` (when given) of
+  /// every mutation, those of restore() included.
   CacheSnapshotCoordinator(CloudKitCache& cache, const CloudKitPersistence& persistence, Executor& owner,
-                           Executor& writeQueue, const Clock& clock);
+                           Executor& writeQueue, const Clock& clock, std::function<void()> onMutation = {});
   ~CacheSnapshotCoordinator();
   CacheSnapshotCoordinator(const CacheSnapshotCoordinator&) = delete;
   CacheSnapshotCoordinator& operator=(const CacheSnapshotCoordinator&) = delete;

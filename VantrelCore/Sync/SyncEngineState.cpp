@@ -3,6 +3,7 @@
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Platform/HexText.hpp"
 
 #include <algorithm>
 #include <set>
@@ -13,34 +14,12 @@ namespace {
 constexpr std::int64_t formatVersion = 1;
 
 // Tokens are opaque bytes; hex keeps them intact in JSON whatever they hold.
-std::string hex(std::string_view bytes) {
-  static constexpr char digits[] = "0123456789abcdef";
-  std::string text;
-  for (const unsigned char byte : bytes) {
-    text += digits[byte >> 4];
-    text += digits[byte & 15];
-  }
-  return text;
-}
-
 std::string unhex(std::string_view text, const std::string& path) {
-  const auto value = [&](char digit) -> int {
-    if (digit >= '0' && digit <= '9') {
-      return digit - '0';
-    }
-    if (digit >= 'a' && digit <= 'f') {
-      return digit - 'a' + 10;
-    }
-    throw DecodingError(DecodingError::Kind::dataCorrupted, path, "expected hex digits");
-  };
-  if (text.size() % 2 != 0) {
+  auto bytes = bytesOfHexText(text);
+  if (!bytes) {
     throw DecodingError(DecodingError::Kind::dataCorrupted, path, "expected hex digits");
   }
-  std::string bytes;
-  for (std::size_t index = 0; index < text.size(); index += 2) {
-    bytes += char(value(text[index]) * 16 + value(text[index + 1]));
-  }
-  return bytes;
+  return std::move(*bytes);
 }
 
 void writeZone(JSONWriter& writer, const CloudRecordZoneID& zoneID) {
@@ -211,7 +190,7 @@ std::string SyncEngineState::serialized() const {
   }
   if (databaseChangeToken_) {
     writer.key("databaseChangeToken");
-    writer.string(hex(databaseChangeToken_->data));
+    writer.string(hexText(databaseChangeToken_->data));
   }
   writer.key("zoneChangeTokens");
   writer.startArray();
@@ -219,7 +198,7 @@ std::string SyncEngineState::serialized() const {
     writer.startObject();
     writeZone(writer, zoneID);
     writer.key("token");
-    writer.string(hex(token.data));
+    writer.string(hexText(token.data));
     writer.endObject();
   }
   writer.endArray();
