@@ -88,4 +88,43 @@ template <class Record> Record decodeRecordJSON(std::string_view text) {
   return decodeRecord<Record>(parseJSON(text));
 }
 
+/// A map of record name to record as one JSON object, under `key`.
+template <class Writer, class Map>
+void encodeRecordMap(Writer& writer, std::string_view key, const Map& map) {
+  writer.key(key);
+  writer.startObject();
+  for (const auto& [name, record] : map) {
+    writer.key(name);
+    encodeRecord(writer, record);
+  }
+  writer.endObject();
+}
+
+/// Reads an object of record name to record into `target`. A record filed under another name than its
+/// own is refused, so that no two names can claim one record. Errors carry the path from `mapKey` on.
+template <class Map>
+void decodeRecordMap(const rapidjson::Value& value, std::string_view mapKey, Map& target) {
+  using Record = typename Map::mapped_type;
+  const auto nested = [](const std::string& path, auto read) -> decltype(read()) {
+    try {
+      return read();
+    } catch (const DecodingError& error) {
+      throw error.nestedIn(path);
+    }
+  };
+  const auto& object =
+      nested(std::string(mapKey), [&]() -> const rapidjson::Value& { return readJSONObject(value); });
+  target.reserve(object.MemberCount());
+  for (const auto& member : object.GetObject()) {
+    std::string name(member.name.GetString(), member.name.GetStringLength());
+    const auto path = std::string(mapKey) + "/" + name;
+    auto record = nested(path, [&] { return decodeRecord<Record>(member.value); });
+    if (record.recordName != name) {
+      throw DecodingError(DecodingError::Kind::dataCorrupted, path,
+                          "record '" + record.recordName + "' is filed under '" + name + "'");
+    }
+    target.insert_or_assign(std::move(name), std::move(record));
+  }
+}
+
 } // namespace vantrel

@@ -17,23 +17,6 @@ template <class Read> decltype(auto) nested(const std::string& path, Read read) 
   }
 }
 
-template <class Record>
-void decodeMap(const rapidjson::Value& value, std::string_view mapKey, RecordMap<Record>& target) {
-  const auto& object =
-      nested(std::string(mapKey), [&]() -> const rapidjson::Value& { return readJSONObject(value); });
-  target.reserve(object.MemberCount());
-  for (const auto& member : object.GetObject()) {
-    std::string name(member.name.GetString(), member.name.GetStringLength());
-    const auto path = std::string(mapKey) + "/" + name;
-    auto record = nested(path, [&] { return decodeRecord<Record>(member.value); });
-    if (record.recordName != name) {
-      throw DecodingError(DecodingError::Kind::dataCorrupted, path,
-                          "record '" + record.recordName + "' is filed under '" + name + "'");
-    }
-    target.insert_or_assign(std::move(name), std::move(record));
-  }
-}
-
 } // namespace
 
 std::size_t CloudKitCacheSnapshot::recordCount() const {
@@ -50,16 +33,8 @@ std::string CloudKitCacheSnapshot::encodeJSON() const {
   writer.int64(snapshotVersion);
   writer.key("currentUserRef");
   writer.string(currentUserRef);
-  const auto writeMap = [&](std::string_view key, const auto& map) {
-    writer.key(key);
-    writer.startObject();
-    for (const auto& [name, record] : map) {
-      writer.key(name);
-      encodeRecord(writer, record);
-    }
-    writer.endObject();
-  };
-  std::apply([&](const auto&... map) { (writeMap(map.first, this->*map.second), ...); }, maps());
+  std::apply([&](const auto&... map) { (encodeRecordMap(writer, map.first, this->*map.second), ...); },
+             maps());
   if (schemaVersion) {
     writer.key("schemaVersion");
     encodeRecord(writer, *schemaVersion);
@@ -86,7 +61,8 @@ CloudKitCacheSnapshot CloudKitCacheSnapshot::decodeJSON(std::string_view text) {
     } else {
       std::apply(
           [&](const auto&... map) {
-            ((key == map.first ? decodeMap(member.value, map.first, snapshot.*map.second) : void()), ...);
+            ((key == map.first ? decodeRecordMap(member.value, map.first, snapshot.*map.second) : void()),
+             ...);
           },
           maps());
     }
