@@ -308,4 +308,20 @@ template <> struct CloudKitDomainRecord<SchemaVersionRecord> {
   static constexpr auto fields() { return std::tuple{cloudValue("version", &SchemaVersionRecord::version)}; }
 };
 
+/// Every entity type that travels as a cloud record.
+using CloudKitDomainRecordTypes =
+    std::tuple<AreaRecord, AreaSectionRecord, ProjectRecord, ProjectSectionRecord, TaskRecord, DayRecord,
+               GapRecord, InboxItemRecord, UserProjectPlacementRecord, UserTaskScheduleRecord,
+               UserProjectSectionStateRecord, SharingUserNameRecord, SchemaVersionRecord>;
+
+/// Calls `visit.template operator()<Record>()` for the entity type whose records have `recordType`;
+/// false when no entity type has it.
+template <class Visit> bool visitCloudKitDomainRecordType(std::string_view recordType, Visit&& visit) {
+  return [&]<class... Record>(std::tuple<Record...>*) {
+    return ((CloudKitDomainRecord<Record>::recordType == recordType &&
+             (visit.template operator()<Record>(), true)) ||
+            ...);
+  }(static_cast<CloudKitDomainRecordTypes*>(nullptr));
+}
+
 } // namespace vantrel

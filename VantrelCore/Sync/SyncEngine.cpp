@@ -97,7 +97,7 @@ void SyncEngine::deliverStateUpdate() {
   deliver(StateUpdateEvent{state_.serialized()});
 }
 
-void SyncEngine::checkAccount() {
+bool SyncEngine::checkAccount() {
   const auto previous = state_.userRecordName();
   std::optional<std::string> current;
   if (database_.accountStatus() == CloudAccountStatus::available) {
@@ -107,26 +107,33 @@ void SyncEngine::checkAccount() {
     if (!current) {
       throw CloudError(CloudErrorCode::notAuthenticated);
     }
-    return;
+    return true;
   }
-  // Another account's tokens and pending changes mean nothing here, so the state starts over.
   AccountChangeEvent change{.previousUser = previous, .currentUser = current};
   if (!previous) {
     change.kind = AccountChangeEvent::Kind::signIn;
-  } else {
-    state_.reset();
-    change.kind = current ? AccountChangeEvent::Kind::switchAccounts : AccountChangeEvent::Kind::signOut;
+    state_.setUserRecordName(current);
+    deliver(std::move(change));
+    deliverStateUpdate();
+    return true;
   }
+  // Another account's tokens and pending changes mean nothing here, so the state starts over. The
+  // delegate hears of it before anything else happens: this call goes no further, and the new state is
+  // kept with the next real change, so the event itself leaves every file as it was.
+  state_.reset();
   state_.setUserRecordName(current);
+  change.kind = current ? AccountChangeEvent::Kind::switchAccounts : AccountChangeEvent::Kind::signOut;
   deliver(std::move(change));
-  deliverStateUpdate();
   if (!current) {
     throw CloudError(CloudErrorCode::notAuthenticated);
   }
+  return false;
 }
 
 void SyncEngine::fetchChanges() {
-  checkAccount();
+  if (!checkAccount()) {
+    return;
+  }
   deliver(WillFetchChangesEvent{});
   std::optional<CloudError> failure;
   try {
@@ -229,7 +236,9 @@ void SyncEngine::sendChanges(SendChangesContext::Reason reason) {
     // The user's record ID is read when the state knows no account yet or the account went; a switch to
     // another account is noticed by the next fetch.
     if (!state_.userRecordName() || database_.accountStatus() != CloudAccountStatus::available) {
-      checkAccount();
+      if (!checkAccount()) {
+        return;
+      }
     }
   } catch (const CloudError& error) {
     scheduleRetry(error, false);

@@ -50,7 +50,8 @@ public:
   void remove(std::span<const PendingDatabaseChange> changes);
 
   /// Fetches every change since the last fetch. Throws CloudError when the fetch as a whole failed
-  /// (after the delegate heard of it); what was fetched before the failure stays fetched.
+  /// (after the delegate heard of it); what was fetched before the failure stays fetched. A switch to
+  /// another account is reported and ends the call; the next one fetches that account's data.
   void fetchChanges();
   /// Sends the pending changes; failures of single changes go to the delegate. Throws CloudError only
   /// when the account cannot be read or none is signed in.
@@ -62,9 +63,9 @@ public:
 private:
   void deliver(SyncEngineEvent event);
   void deliverStateUpdate();
-  /// Compares the account with the one in the state and tells the delegate of a change; throws
-  /// notAuthenticated when none is signed in.
-  void checkAccount();
+  /// Compares the account with the one in the state and tells the delegate of a change. False after a
+  /// switch to another account, which ends the call; throws notAuthenticated when none is signed in.
+  bool checkAccount();
   void fetchDatabaseChanges();
   void fetchZoneChanges(const CloudRecordZoneID& zoneID);
   /// False when a passing failure ended the send.

@@ -1,0 +1,184 @@
+// The store's side of the private sync engine: records to send, and what the engine brings back.
+#include "VantrelCore/Store/CloudKitStore.hpp"
+#include "VantrelCore/Sync/CKRecordTypes.hpp"
+#include "VantrelCore/Sync/CloudKitRecordError.hpp"
+#include "VantrelCore/Sync/CloudRecordArchive.hpp"
+
+namespace vantrel {
+
+std::optional<CloudRecord> CloudKitStore::buildRecord(const CloudRecordID& recordID) {
+  std::optional<CloudRecord> record;
+  const auto build = [&]<class Record>(const Record& entity) {
+    const auto recordType = CloudKitDomainRecord<Record>::recordType;
+    try {
+      if (const auto kept = persistence_.readSystemFields(recordType, recordID.recordName)) {
+        record = unarchiveCKRecord(*kept);
+        applyToCloudRecord(entity, *record);
+        return;
+      }
+    } catch (const CloudKitRecordError& error) {
+      // Sent as new, the record meets the server's copy as a conflict, which the merge settles.
+      logger_.error("Kept system fields of %{public}s unusable (%@); sending as new", recordID.recordName,
+                    error.what());
+    }
+    record = makeCloudRecord(entity, recordID.zoneID);
+  };
+  if (recordID.recordName == schemaVersionRecordName) {
+    if (cache_.schemaVersion()) {
+      build(*cache_.schemaVersion());
+    }
+    return record;
+  }
+  // Record names are unique across types, so the first map that holds the name holds the entity.
+  std::apply(
+      [&](const auto&... map) {
+        (
+            [&](const auto& member) {
+              using Map = std::remove_cvref_t<decltype(std::declval<CloudKitCacheSnapshot>().*member)>;
+              const auto& records = cache_.records<typename Map::mapped_type>();
+              if (const auto found = records.find(recordID.recordName); !record && found != records.end()) {
+                build(found->second);
+              }
+            }(map.second),
+            ...);
+      },
+      CloudKitCacheSnapshot::maps());
+  return record;
+}
+
+void CloudKitStore::keepServerCopy(const CloudRecord& record) {
+  const auto& name = record.recordID().recordName;
+  try {
+    persistence_.writeSystemFields(record.systemFieldsData(), record.recordType(), name);
+    persistence_.writeBaseRecord(record.wholeRecordData(), name);
+  } catch (const std::exception& error) {
+    logger_.error("Failed to store change tag for %s/%s: %@", record.recordType(), name, error.what());
+  }
+}
+
+void CloudKitStore::ingest(const CloudRecord& record) {
+  const auto& type = record.recordType();
+  const auto& name = record.recordID().recordName;
+  if (!bridgeIsApplying_ && syncEngine_ &&
+      syncEngine_->state().pendingChange(record.recordID()) == PendingRecordZoneChange::Kind::saveRecord) {
+    logger_.info("ingest: skipping %{public}s/%{public}s; local pending save", type, name);
+    return;
+  }
+  logger_.debug("private ingest: %{public}s/%{public}s", type, name);
+  bool decoded = false;
+  const bool known = visitCloudKitDomainRecordType(type, [&]<class Record>() {
+    try {
+      auto entity = readCloudRecord<Record>(record);
+      if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
+        cache_.setSchemaVersion(std::move(entity));
+      } else {
+        cache_.upsert(std::move(entity));
+      }
+      decoded = true;
+    } catch (const CloudKitRecordError& error) {
+      logger_.error("Failed to parse CKRecord %s/%s: %@", type, name, error.what());
+    }
+  });
+  if (!known) {
+    logger_.error("Unknown CKRecord type: %s", type);
+    return;
+  }
+  if (decoded) {
+    keepServerCopy(record);
+  }
+}
+
+void CloudKitStore::removeFromCache(std::string_view recordType, std::string_view recordName) {
+  visitCloudKitDomainRecordType(recordType, [&]<class Record>() {
+    if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
+      cache_.setSchemaVersion(std::nullopt);
+    } else {
+      cache_.remove<Record>(recordName);
+    }
+  });
+}
+
+void CloudKitStore::removeFetched(const CloudDeletedRecord& deleted) {
+  const auto& name = deleted.recordID.recordName;
+  removeFromCache(deleted.recordType, name);
+  persistence_.deleteSystemFields(deleted.recordType, name);
+  persistence_.deleteSystemFieldsByName(name);
+}
+
+void CloudKitStore::confirmSave(const CloudRecord& record) {
+  const auto& name = record.recordID().recordName;
+  if (record.recordType() == CKRecordTypes::cloudShare) {
+    ingest(record);
+  } else if (syncEngine_ && syncEngine_->state().pendingChange(record.recordID()) ==
+                                PendingRecordZoneChange::Kind::saveRecord) {
+    // The user edited the record again while this save was in flight: the cache keeps the newer edit,
+    // which goes next on the tag the server just gave, so it does not conflict with this device's own save.
+    keepServerCopy(record);
+    if (const auto& tag = record.systemFields().changeTag) {
+      keptConfirmedTags_[name] = *tag;
+    }
+    logger_.info(
+        "save confirmed: %{public}s/%{public}s; newer local edit pending, kept on the new change tag",
+        record.recordType(), name);
+  } else {
+    ingest(record);
+  }
+  updatePendingWrites();
+}
+
+void CloudKitStore::handleFailedSave(const CloudRecord& record, const CloudError& error) {
+  const auto& type = record.recordType();
+  const auto& name = record.recordID().recordName;
+  switch (error.code()) {
+  case CloudErrorCode::networkUnavailable:
+  case CloudErrorCode::networkFailure:
+  case CloudErrorCode::serviceUnavailable:
+  case CloudErrorCode::requestRateLimited:
+  case CloudErrorCode::notAuthenticated:
+  case CloudErrorCode::operationCancelled:
+  case CloudErrorCode::zoneBusy:
+    // The engine keeps the change and sends it again by itself.
+    break;
+  case CloudErrorCode::serverRecordChanged:
+    if (!error.serverRecord()) {
+      logger_.error("serverRecordChanged with no serverRecord; cannot resolve");
+      break;
+    }
+    // The server's version wins whole for now; the field-by-field merge replaces this.
+    logger_.info("Conflict on %{public}s/%{public}s; taking the server's version", type, name);
+    ingest(*error.serverRecord());
+    break;
+  case CloudErrorCode::quotaExceeded:
+    logger_.error("CloudKit quota exceeded; surfacing banner and queuing retry");
+    pendingQuotaRetries_.insert(name);
+    lastUIError_ = UIError{"Your iCloud storage is full. Free space or upgrade to keep syncing.", true};
+    break;
+  case CloudErrorCode::zoneNotFound:
+  case CloudErrorCode::userDeletedZone:
+    handleZoneDeletion(CloudKitZoneDeleteReason::purgedByUser);
+    break;
+  default:
+    logger_.error("Unhandled save failure: code=%{public}ld type=%{public}s name=%{public}s",
+                  std::int64_t(error.code()), type, name);
+    lastUIError_ = UIError{"iCloud write failed: " + error.localizedDescription(), false};
+    break;
+  }
+  updatePendingWrites();
+}
+
+// Emptying the cache and forgetting the engine state makes the next fetch start from nothing. The kept
+// bookkeeping and the schema flag go too when the zone was deleted; after an encrypted-data reset they
+// deliberately stay.
+void CloudKitStore::handleZoneDeletion(CloudKitZoneDeleteReason reason) {
+  logger_.error("Zone deleted: %s", cloudKitZoneDeleteReasonName(reason));
+  cache_.removeAll();
+  keptConfirmedTags_.clear();
+  persistence_.deleteSyncEngineState();
+  if (reason != CloudKitZoneDeleteReason::encryptedDataReset) {
+    persistence_.wipeAllSystemFields();
+    schemaMigrationComplete_ = false;
+  }
+  ++dataVersion_;
+}
+
+} // namespace vantrel

@@ -1,0 +1,67 @@
+// The two primitives every mutation goes through, and the guard in front of them.
+#include "VantrelCore/Store/CloudKitStore.hpp"
+#include "VantrelCore/Store/CloudKitStoreError.hpp"
+
+namespace vantrel {
+
+void CloudKitStore::guardWrite() const {
+  if (isFrozen() && !bridgeIsApplying_) {
+    throw CloudKitStoreError::storeFrozenByBridge();
+  }
+  if (!syncEngine_) {
+    throw CloudKitStoreError::notStarted();
+  }
+  if (!schemaMigrationComplete_) {
+    throw CloudKitStoreError::schemaNotMigrated();
+  }
+}
+
+void CloudKitStore::enqueue(PendingRecordZoneChange change) {
+  syncEngine_->add(std::span(&change, 1));
+  updatePendingWrites();
+  lastWrite_ = WriteOutcome{environment_.clock.now(), 1, std::nullopt};
+}
+
+void CloudKitStore::updatePendingWrites() {
+  pendingWriteCount_ = syncEngine_ ? std::int64_t(syncEngine_->state().pendingRecordZoneChanges().size()) : 0;
+  if (pendingWriteCount_ == 0) {
+    pendingSince_.reset();
+  } else if (!pendingSince_) {
+    pendingSince_ = environment_.clock.now();
+  }
+}
+
+void CloudKitStore::deleteRecord(std::string_view recordType, std::string_view recordName) {
+  guardWrite();
+  removeFromCache(recordType, recordName);
+  persistence_.deleteSystemFields(recordType, recordName);
+  enqueue(PendingRecordZoneChange::remove(CloudRecordID{std::string(recordName), zoneID()}));
+}
+
+// The schema record is written straight to the database rather than queued: writes wait for it, and a
+// second device that wrote it first simply hands over its copy.
+void CloudKitStore::runFirstLaunchFlow() {
+  if (!syncEngine_) {
+    throw CloudKitStoreError::notStarted();
+  }
+  if (schemaMigrationComplete_) {
+    return;
+  }
+  const auto record = makeCloudRecord(SchemaVersionRecord{currentSchemaVersion}, zoneID());
+  auto result = container().modifyRecords(CloudDatabaseScope::privateDatabase, {.recordsToSave = {record}});
+  auto& outcome = result.saveResults.at(0).second;
+  if (const auto* error = std::get_if<CloudError>(&outcome)) {
+    if (error->code() != CloudErrorCode::serverRecordChanged || !error->serverRecord()) {
+      throw *error;
+    }
+    CloudRecord server = *error->serverRecord();
+    outcome = std::move(server);
+  }
+  const auto& saved = std::get<CloudRecord>(outcome);
+  keepServerCopy(saved);
+  cache_.setSchemaVersion(readCloudRecord<SchemaVersionRecord>(saved));
+  schemaMigrationComplete_ = true;
+  logger_.info("Schema version %ld written to VantrelZone", currentSchemaVersion);
+}
+
+} // namespace vantrel

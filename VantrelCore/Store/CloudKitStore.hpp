@@ -1,0 +1,204 @@
+#pragma once
+
+#include "VantrelCore/Platform/Clock.hpp"
+#include "VantrelCore/Platform/Executor.hpp"
+#include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Store/CacheSnapshotCoordinator.hpp"
+#include "VantrelCore/Store/CloudKitAccountChange.hpp"
+#include "VantrelCore/Store/CloudKitCache.hpp"
+#include "VantrelCore/Store/CloudKitPersistence.hpp"
+#include "VantrelCore/Store/CloudKitZoneDeleteReason.hpp"
+#include "VantrelCore/Store/SharedRecordStore.hpp"
+#include "VantrelCore/Store/SnapshotStatus.hpp"
+#include "VantrelCore/Store/UIError.hpp"
+#include "VantrelCore/Store/WriteOutcome.hpp"
+#include "VantrelCore/Sync/CloudDatabase.hpp"
+#include "VantrelCore/Sync/CloudKitDomainRecord.hpp"
+#include "VantrelCore/Sync/SyncEngine.hpp"
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <memory>
+#include <optional>
+#include <set>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+class CloudKitSyncDelegate;
+class SharedSyncEngineDelegate;
+
+/// The one owner of the planner's data in memory and the only door to the cloud: the record cache and
+/// its snapshot, the sync engines of the private and the shared database with their delegates, the
+/// records others shared, and the sync status the screens show.
+///
+/// Used from the owner thread. Writes change the cache at once and leave the upload to the engine.
+class CloudKitStore {
+public:
+  static constexpr std::string_view zoneName = "VantrelZone";
+  /// The label of the store's own work queue, for logs; the store runs on its owner's executor.
+  static constexpr std::string_view workQueueLabel = "com.vantrel.vantrel.cloudkitstore";
+
+  struct Environment {
+    const Clock& clock;
+    /// The owner's loop: background results come back here, and automatic syncs run here.
+    Executor& owner;
+    /// Where cache snapshots are written ("com.vantrel.vantrel.cache-snapshot").
+    Executor& snapshotQueue;
+    /// Opens the cloud database a container identifier names; called once, on first use.
+    std::function<std::unique_ptr<CloudDatabase>(std::string_view containerIdentifier)> openContainer;
+    /// The value under "CloudKitContainerID".
+    std::string containerIdentifier = "iCloud.com.vantrel.vantrel";
+    /// Whether the engines send by themselves after a write and retry by themselves.
+    bool automaticallySync = true;
+  };
+
+  /// Restores the cache and the shared records from disk; no cloud work happens before start().
+  CloudKitStore(CloudKitPersistence persistence, Environment environment);
+  ~CloudKitStore();
+  CloudKitStore(const CloudKitStore&) = delete;
+  CloudKitStore& operator=(const CloudKitStore&) = delete;
+
+  const CloudKitCache& cache() const { return cache_; }
+  const SharedRecordStore& sharedRecords() const { return sharedRecords_; }
+  const CloudKitPersistence& persistence() const { return persistence_; }
+  /// The container's database, opened on first use.
+  CloudDatabase& container();
+  CloudRecordZoneID zoneID() const { return CloudRecordZoneID{std::string(zoneName)}; }
+
+  SyncEngine* syncEngine() const { return syncEngine_.get(); }
+  SyncEngine* sharedSyncEngine() const { return sharedSyncEngine_.get(); }
+  bool isStarting() const { return isStarting_; }
+  bool isStarted() const { return isStarted_; }
+  bool isFetching() const { return isFetching_; }
+  const std::optional<CloudAccountStatus>& accountStatus() const { return accountStatus_; }
+  bool schemaMigrationComplete() const { return schemaMigrationComplete_; }
+  /// Moves on every change of the data the screens and the widget show.
+  std::int64_t dataVersion() const { return dataVersion_; }
+  const std::map<std::string, std::string>& keptConfirmedTags() const { return keptConfirmedTags_; }
+  const std::optional<WriteOutcome>& lastWrite() const { return lastWrite_; }
+  const std::optional<WriteOutcome>& lastFetch() const { return lastFetch_; }
+  std::int64_t pendingWriteCount() const { return pendingWriteCount_; }
+  const std::optional<Date>& pendingSince() const { return pendingSince_; }
+  int consecutiveFetchFailures() const { return consecutiveFetchFailures_; }
+  const std::optional<UIError>& lastUIError() const { return lastUIError_; }
+  void clearUIError() { lastUIError_.reset(); }
+  const std::set<std::string>& pendingQuotaRetries() const { return pendingQuotaRetries_; }
+  const std::optional<SnapshotStatus>& initialSnapshotLoad() const { return snapshots_.initialLoadStatus(); }
+  std::optional<SnapshotStatus> lastSnapshotWrite() const { return snapshots_.lastWriteStatus(); }
+  std::uint64_t snapshotWriteToken() const { return snapshots_.snapshotWriteToken(); }
+
+  /// This device has the YAML bridge open.
+  bool localBridgeFreeze() const { return localBridgeFreeze_; }
+  void setLocalBridgeFreeze(bool frozen) { localBridgeFreeze_ = frozen; }
+  /// The name of another device that holds the bridge lock.
+  const std::optional<std::string>& externalBridgeLockOwnerName() const {
+    return externalBridgeLockOwnerName_;
+  }
+  void setExternalBridgeLockOwnerName(std::optional<std::string> name) {
+    externalBridgeLockOwnerName_ = std::move(name);
+  }
+  /// The bridge is applying a check-in: its writes pass the freeze, and fetched records always land.
+  bool bridgeIsApplying() const { return bridgeIsApplying_; }
+  void setBridgeIsApplying(bool applying) { bridgeIsApplying_ = applying; }
+  bool isFrozen() const { return localBridgeFreeze_ || externalBridgeLockOwnerName_.has_value(); }
+
+  /// Brings the store on line: account, saved engine states, engines, zone and schema. Throws
+  /// CloudKitStoreError (noICloudAccount, zoneSetupFailed) or the account call's CloudError.
+  void start();
+  /// Drops both engines, deletes the saved private engine state and every kept system-fields file; the
+  /// cache stays.
+  void stop();
+  /// The database said it changed: fetches, and answers whether the number of cached records changed.
+  bool handlePushNotification();
+  /// Fetches the private, then the shared database.
+  void syncNow();
+  /// Deletes the zone on the server and every local trace of the data, then makes the zone again.
+  void wipeAllData();
+  void flushSnapshotSynchronously() { snapshots_.flushSnapshotSynchronously(); }
+  void fetchChangesNow();
+  void fetchSharedChangesNow();
+  /// Writes the zone's schema-version record when it has none, so that writes may begin.
+  void runFirstLaunchFlow();
+
+  /// Puts the entity into the cache and queues its upload.
+  template <class Record> void saveRecord(const Record& record);
+  /// Takes the entity out of the cache and queues its deletion on the server.
+  void deleteRecord(std::string_view recordType, std::string_view recordName);
+
+private:
+  friend class CloudKitSyncDelegate;
+  friend class SharedSyncEngineDelegate;
+
+  /// Refuses writes while the bridge holds the data, before start(), and before the schema is known.
+  void guardWrite() const;
+  void enqueue(PendingRecordZoneChange change);
+  void updatePendingWrites();
+  /// Finds the zone, or makes it; throws zoneSetupFailed for any other failure.
+  void ensureZone();
+  void checkSchemaVersion();
+  std::optional<SyncEngineState> loadEngineState(std::optional<std::string> bytes,
+                                                 std::string_view failureFormat);
+  std::size_t makeStartupBaseCopies();
+
+  // What the private engine's delegate asks of the store.
+  void handleAccountChange(CloudKitAccountChange change);
+  /// The record to send for a pending save: the cached entity on its kept bookkeeping.
+  std::optional<CloudRecord> buildRecord(const CloudRecordID& recordID);
+  /// Takes a fetched or confirmed record into the cache, unless a local save of it waits.
+  void ingest(const CloudRecord& record);
+  void removeFetched(const CloudDeletedRecord& deleted);
+  void confirmSave(const CloudRecord& record);
+  void handleFailedSave(const CloudRecord& record, const CloudError& error);
+  void handleZoneDeletion(CloudKitZoneDeleteReason reason);
+  void setFetching(bool fetching) { isFetching_ = fetching; }
+  /// Keeps the server's bookkeeping and a full copy of the record, the ancestor of later merges.
+  void keepServerCopy(const CloudRecord& record);
+  /// Takes the entity of the record's type out of the cache.
+  void removeFromCache(std::string_view recordType, std::string_view recordName);
+
+  CloudKitPersistence persistence_;
+  Environment environment_;
+  Logger logger_;
+  CloudKitCache cache_;
+  std::int64_t dataVersion_ = 0;
+  CacheSnapshotCoordinator snapshots_;
+  SharedRecordStore sharedRecords_;
+  std::unique_ptr<CloudDatabase> container_;
+  std::shared_ptr<CloudKitSyncDelegate> delegate_;
+  std::unique_ptr<SyncEngine> syncEngine_;
+  std::shared_ptr<SharedSyncEngineDelegate> sharedDelegate_;
+  std::unique_ptr<SyncEngine> sharedSyncEngine_;
+  bool isStarting_ = false;
+  bool isStarted_ = false;
+  bool isFetching_ = false;
+  std::optional<CloudAccountStatus> accountStatus_;
+  bool schemaMigrationComplete_ = false;
+  std::map<std::string, std::string> keptConfirmedTags_;
+  std::optional<WriteOutcome> lastWrite_;
+  std::optional<WriteOutcome> lastFetch_;
+  std::int64_t pendingWriteCount_ = 0;
+  std::optional<Date> pendingSince_;
+  int consecutiveFetchFailures_ = 0;
+  std::optional<UIError> lastUIError_;
+  std::set<std::string> pendingQuotaRetries_;
+  bool localBridgeFreeze_ = false;
+  std::optional<std::string> externalBridgeLockOwnerName_;
+  bool bridgeIsApplying_ = false;
+  /// Background jobs hold a weak reference, so one that outlives the store does nothing.
+  std::shared_ptr<CloudKitStore*> self_;
+};
+
+template <class Record> void CloudKitStore::saveRecord(const Record& record) {
+  guardWrite();
+  if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
+    cache_.setSchemaVersion(record);
+  } else {
+    cache_.upsert(record);
+  }
+  enqueue(PendingRecordZoneChange::save(CloudRecordID{cloudRecordName(record), zoneID()}));
+}
+
+} // namespace vantrel

@@ -1,0 +1,113 @@
+#include "VantrelCore/Store/CloudKitSyncDelegate.hpp"
+
+#include "VantrelCore/Store/CloudKitStore.hpp"
+
+#include <atomic>
+
+namespace vantrel {
+namespace {
+
+std::atomic<std::int64_t> instances = 0;
+
+CloudKitZoneDeleteReason storeReason(CloudZoneDeletionReason reason) {
+  switch (reason) {
+  case CloudZoneDeletionReason::purged:
+    return CloudKitZoneDeleteReason::purgedByUser;
+  case CloudZoneDeletionReason::encryptedDataReset:
+    return CloudKitZoneDeleteReason::encryptedDataReset;
+  case CloudZoneDeletionReason::deleted:
+    break;
+  }
+  return CloudKitZoneDeleteReason::deletedByApp;
+}
+
+CloudKitAccountChange storeChange(AccountChangeEvent::Kind kind) {
+  switch (kind) {
+  case AccountChangeEvent::Kind::signOut:
+    return CloudKitAccountChange::signedOut;
+  case AccountChangeEvent::Kind::switchAccounts:
+    return CloudKitAccountChange::switchAccounts;
+  case AccountChangeEvent::Kind::signIn:
+    break;
+  }
+  return CloudKitAccountChange::signedIn;
+}
+
+} // namespace
+
+CloudKitSyncDelegate::CloudKitSyncDelegate(std::weak_ptr<CloudKitStore*> store)
+    : store_(std::move(store)), logger_("com.vantrel.vantrel", "CloudKit"), instance_(++instances) {
+  logger_.info("CloudKitSyncDelegate INIT %{public}ld", instance_);
+}
+
+CloudKitSyncDelegate::~CloudKitSyncDelegate() {
+  logger_.info("CloudKitSyncDelegate DEINIT %{public}ld", instance_);
+}
+
+void CloudKitSyncDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&) {
+  const auto locked = store_.lock();
+  if (!locked) {
+    return;
+  }
+  CloudKitStore& store = **locked;
+  if (const auto* update = std::get_if<StateUpdateEvent>(&event)) {
+    try {
+      store.persistence_.writeSyncEngineState(update->stateSerialization);
+    } catch (const std::exception& error) {
+      logger_.error("Failed to persist sync engine state: %@", error.what());
+    }
+  } else if (const auto* account = std::get_if<AccountChangeEvent>(&event)) {
+    store.handleAccountChange(storeChange(account->kind));
+  } else if (const auto* zones = std::get_if<FetchedDatabaseChangesEvent>(&event)) {
+    logger_.info("fetchedDatabaseChanges: %ld mods, %ld dels", std::int64_t(zones->modifications.size()),
+                 std::int64_t(zones->deletions.size()));
+    for (const auto& deletion : zones->deletions) {
+      if (deletion.zoneID == store.zoneID()) {
+        store.handleZoneDeletion(storeReason(deletion.reason));
+      }
+    }
+  } else if (const auto* fetched = std::get_if<FetchedRecordZoneChangesEvent>(&event)) {
+    for (const auto& record : fetched->modifications) {
+      store.ingest(record);
+    }
+    for (const auto& deleted : fetched->deletions) {
+      store.removeFetched(deleted);
+    }
+  } else if (const auto* sent = std::get_if<SentRecordZoneChangesEvent>(&event)) {
+    for (const auto& record : sent->savedRecords) {
+      store.confirmSave(record);
+    }
+    for (const auto& [record, error] : sent->failedRecordSaves) {
+      store.handleFailedSave(record, error);
+    }
+    for (const auto& recordID : sent->deletedRecordIDs) {
+      store.persistence_.deleteSystemFieldsByName(recordID.recordName);
+    }
+    store.updatePendingWrites();
+  } else if (std::holds_alternative<WillFetchChangesEvent>(event)) {
+    store.setFetching(true);
+  } else if (std::holds_alternative<DidFetchChangesEvent>(event)) {
+    store.setFetching(false);
+  } else if (std::holds_alternative<WillFetchRecordZoneChangesEvent>(event) ||
+             std::holds_alternative<DidFetchRecordZoneChangesEvent>(event) ||
+             std::holds_alternative<WillSendChangesEvent>(event) ||
+             std::holds_alternative<DidSendChangesEvent>(event)) {
+    // Nothing to keep beyond whether a fetch is under way.
+  } else {
+    logger_.info("Unknown CKSyncEngine.Event case; ignoring");
+  }
+}
+
+std::optional<RecordZoneChangeBatch>
+CloudKitSyncDelegate::nextRecordZoneChangeBatch(const SendChangesContext&, SyncEngine& engine) {
+  const auto locked = store_.lock();
+  if (!locked) {
+    return std::nullopt;
+  }
+  CloudKitStore& store = **locked;
+  return RecordZoneChangeBatch::make(
+      engine.state().pendingRecordZoneChanges(),
+      [&](const CloudRecordID& recordID) { return store.buildRecord(recordID); });
+}
+
+} // namespace vantrel

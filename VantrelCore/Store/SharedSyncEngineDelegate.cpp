@@ -1,0 +1,80 @@
+#include "VantrelCore/Store/SharedSyncEngineDelegate.hpp"
+
+#include "VantrelCore/Store/CloudKitStore.hpp"
+#include "VantrelCore/Sync/CKRecordTypes.hpp"
+#include "VantrelCore/Sync/CloudKitRecordError.hpp"
+
+namespace vantrel {
+
+SharedSyncEngineDelegate::SharedSyncEngineDelegate(std::weak_ptr<CloudKitStore*> store)
+    : store_(std::move(store)), logger_("com.vantrel.vantrel", "CloudKitSharedSync") {}
+
+void SharedSyncEngineDelegate::ingest(CloudKitStore& store, const CloudRecord& record) {
+  auto& shared = store.sharedRecords_;
+  const auto& type = record.recordType();
+  const auto& name = record.recordID().recordName;
+  try {
+    if (type == CKRecordTypes::project) {
+      shared.projects.insert_or_assign(name, readCloudRecord<ProjectRecord>(record));
+    } else if (type == CKRecordTypes::task) {
+      shared.tasks.insert_or_assign(name, readCloudRecord<TaskRecord>(record));
+    } else if (type == CKRecordTypes::projectSection) {
+      shared.sections.insert_or_assign(name, readCloudRecord<ProjectSectionRecord>(record));
+    } else {
+      logger_.info("Shared zone: ignoring %{public}s", type);
+      return;
+    }
+  } catch (const CloudKitRecordError& error) {
+    logger_.error("Failed to parse shared CKRecord %{public}s: %{public}@", name, error.what());
+    return;
+  }
+  shared.systemFields.insert_or_assign(name, record.systemFieldsData());
+  store.persistence_.writeBaseRecord(record.wholeRecordData(), name);
+}
+
+void SharedSyncEngineDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&) {
+  const auto locked = store_.lock();
+  if (!locked) {
+    return;
+  }
+  CloudKitStore& store = **locked;
+  if (const auto* update = std::get_if<StateUpdateEvent>(&event)) {
+    try {
+      store.persistence_.writeSharedSyncEngineState(update->stateSerialization);
+    } catch (const std::exception& error) {
+      logger_.error("Failed to persist shared sync engine state: %@", error.what());
+    }
+  } else if (const auto* zones = std::get_if<FetchedDatabaseChangesEvent>(&event)) {
+    logger_.info("shared db changes: %ld mods, %ld dels", std::int64_t(zones->modifications.size()),
+                 std::int64_t(zones->deletions.size()));
+  } else if (const auto* fetched = std::get_if<FetchedRecordZoneChangesEvent>(&event)) {
+    logger_.info("shared fetched: %ld mods, %ld dels", std::int64_t(fetched->modifications.size()),
+                 std::int64_t(fetched->deletions.size()));
+    for (const auto& record : fetched->modifications) {
+      ingest(store, record);
+    }
+    auto& shared = store.sharedRecords_;
+    for (const auto& deleted : fetched->deletions) {
+      const auto& name = deleted.recordID.recordName;
+      shared.projects.erase(name);
+      shared.tasks.erase(name);
+      shared.sections.erase(name);
+      shared.systemFields.erase(name);
+    }
+    logger_.info("Shared store: %{public}ld projects, %{public}ld tasks",
+                 std::int64_t(shared.projects.size()), std::int64_t(shared.tasks.size()));
+    try {
+      store.persistence_.writeSharedRecordsSnapshot(shared.encodeJSON());
+    } catch (const std::exception& error) {
+      logger_.error("Shared records snapshot write failed: %@", error.what());
+    }
+    ++store.dataVersion_;
+  }
+}
+
+std::optional<RecordZoneChangeBatch>
+SharedSyncEngineDelegate::nextRecordZoneChangeBatch(const SendChangesContext&, SyncEngine&) {
+  return std::nullopt;
+}
+
+} // namespace vantrel

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Sync/SyncEngineDelegate.hpp"
+
+#include <memory>
+
+namespace vantrel {
+
+class CloudKitStore;
+
+/// The shared engine's delegate: takes the projects others shared with this user into the store's
+/// shared records and keeps the engine's state. Sending changes to shared projects comes with sharing;
+/// until then it offers nothing to send.
+class SharedSyncEngineDelegate : public SyncEngineDelegate {
+public:
+  explicit SharedSyncEngineDelegate(std::weak_ptr<CloudKitStore*> store);
+
+  void handleEvent(const SyncEngineEvent& event, SyncEngine& engine) override;
+  std::optional<RecordZoneChangeBatch> nextRecordZoneChangeBatch(const SendChangesContext& context,
+                                                                 SyncEngine& engine) override;
+
+private:
+  void ingest(CloudKitStore& store, const CloudRecord& record);
+
+  std::weak_ptr<CloudKitStore*> store_;
+  Logger logger_;
+};
+
+} // namespace vantrel
