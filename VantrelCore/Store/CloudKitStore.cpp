@@ -161,6 +161,7 @@ void CloudKitStore::checkSchemaVersion() {
 }
 
 void CloudKitStore::stop() {
+  watching_ = false;
   syncEngine_.reset();
   delegate_.reset();
   sharedSyncEngine_.reset();
@@ -230,6 +231,35 @@ void CloudKitStore::syncNow() {
   fetchChangesNow();
   fetchSharedChangesNow();
   logger_.info("syncNow: done");
+}
+
+void CloudKitStore::watchForChanges(double intervalSeconds) {
+  if (watching_) {
+    return;
+  }
+  watching_ = true;
+  const auto poll = std::make_shared<std::function<void()>>();
+  *poll = [self = std::weak_ptr(self_), intervalSeconds, poll = std::weak_ptr(poll)] {
+    const auto store = self.lock();
+    if (!store || !(*store)->watching_) {
+      return;
+    }
+    CloudKitStore& owner = **store;
+    try {
+      const std::int64_t counter = owner.container().changeCounter();
+      if (owner.watchedCounter_ && *owner.watchedCounter_ != counter) {
+        owner.handlePushNotification();
+      }
+      owner.watchedCounter_ = counter;
+    } catch (const CloudError& error) {
+      owner.logger_.error("Change poll failed: %@", error.what());
+    }
+    if (const auto next = poll.lock()) {
+      owner.environment_.owner.postAfter(intervalSeconds, *next);
+    }
+  };
+  watchPoll_ = poll;
+  (*poll)();
 }
 
 void CloudKitStore::wipeAllData() {

@@ -115,6 +115,11 @@ public:
   bool handlePushNotification();
   /// Fetches the private, then the shared database.
   void syncNow();
+  /// Pushes, on this platform: every `intervalSeconds` the owner's loop asks the database for its change
+  /// counter, and a counter that moved is handled as a push. A poll rather than a file watch, because one
+  /// database file may be written from other machines, whose writes a watch would miss, and because the
+  /// question costs the database one indexed read. Ends with stop() or the store.
+  void watchForChanges(double intervalSeconds);
   /// Deletes the zone on the server and every local trace of the data, then makes the zone again.
   void wipeAllData();
   void flushSnapshotSynchronously() { snapshots_.flushSnapshotSynchronously(); }
@@ -189,6 +194,10 @@ private:
   bool bridgeIsApplying_ = false;
   /// Background jobs hold a weak reference, so one that outlives the store does nothing.
   std::shared_ptr<CloudKitStore*> self_;
+  std::optional<std::int64_t> watchedCounter_;
+  bool watching_ = false;
+  /// The polling job; jobs on the loop hold it weakly, so it ends with the store.
+  std::shared_ptr<std::function<void()>> watchPoll_;
 };
 
 template <class Record> void CloudKitStore::saveRecord(const Record& record) {

@@ -59,6 +59,10 @@ public:
                                             const std::optional<CloudChangeToken>& since,
                                             std::size_t resultsLimit) = 0;
 
+  /// A number that moves whenever the signed-in account's private data changes, from any device: the
+  /// database's own way of telling that something changed, cheap enough to ask often.
+  virtual std::int64_t changeCounter() = 0;
+
   /// Shares the root record of `share` (in the private database) with its participants; answers the
   /// share as saved, with its link.
   virtual CloudShare saveShare(const CloudShare& share) = 0;

@@ -543,6 +543,13 @@ CloudError sharingUnavailable() {
 
 } // namespace
 
+std::int64_t StoredCloudDatabase::changeCounter() {
+  requireAccount();
+  std::int64_t counter = 0;
+  storage_.transact([&](CloudStorageTransaction& storage) { counter = storage.databaseSequence(user_); });
+  return counter;
+}
+
 CloudShare StoredCloudDatabase::saveShare(const CloudShare&) {
   requireAccount();
   throw sharingUnavailable();

@@ -70,6 +70,10 @@ public:
     owner_.drain();
     snapshots_.drain();
   }
+  void wait(double seconds) {
+    owner_.advance(seconds);
+    settle();
+  }
   void send() {
     store_->syncEngine()->sendChanges();
     settle();
@@ -137,6 +141,19 @@ TEST_F(CloudKitStoreTest, StartsOnceMakesTheZoneAndSchemaAndCarriesASaveToAnothe
   EXPECT_TRUE(laptop_.store().handlePushNotification());
   EXPECT_EQ(laptop_.titleOf("t-1"), "none");
   EXPECT_FALSE(laptop_.store().handlePushNotification()) << "nothing new";
+}
+
+TEST_F(CloudKitStoreTest, AMovedChangeCounterActsAsAPush) {
+  phone_.start();
+  laptop_.start();
+  laptop_.store().watchForChanges(30);
+  phone_.store().saveRecord(task("t-1", "seen by polling"));
+  phone_.send();
+  laptop_.wait(29);
+  EXPECT_EQ(laptop_.titleOf("t-1"), "none");
+  laptop_.wait(1);
+  EXPECT_EQ(laptop_.titleOf("t-1"), "seen by polling");
+  EXPECT_TRUE(log_.contains("Push received; calling engine.fetchChanges()"));
 }
 
 TEST_F(CloudKitStoreTest, AFetchNeverOverwritesAPendingLocalSaveUnlessTheBridgeApplies) {

@@ -168,6 +168,11 @@ CloudZoneChanges InMemoryCloudDatabase::fetchZoneChanges(CloudDatabaseScope scop
   return database_.fetchZoneChanges(scope, zoneID, since, resultsLimit);
 }
 
+std::int64_t InMemoryCloudDatabase::changeCounter() {
+  failIfDue();
+  return database_.changeCounter();
+}
+
 CloudShare InMemoryCloudDatabase::saveShare(const CloudShare& share) {
   failIfDue();
   return database_.saveShare(share);

@@ -55,6 +55,7 @@ public:
                                     const std::optional<CloudChangeToken>& since,
                                     std::size_t resultsLimit) override;
 
+  std::int64_t changeCounter() override;
   CloudShare saveShare(const CloudShare& share) override;
   CloudShare fetchShare(const std::string& url) override;
   void acceptShare(const CloudShare& share) override;
