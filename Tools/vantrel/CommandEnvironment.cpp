@@ -16,11 +16,17 @@ void GlobalOptions::addTo(CLI::App& app) {
       ->option_text("TIME");
   app.add_option("--tz", timeZone, "Use this IANA time zone as the device zone, e.g. Europe/Berlin")
       ->option_text("ZONE");
+  app.add_option("--cloud", cloud,
+                 "Use this SQLite file as the cloud database; profiles that share one act as devices of one "
+                 "account (default: cloud.sqlite in the profile)")
+      ->option_text("PATH");
   app.add_flag("--json", json, "Print stable JSON instead of text for people");
 }
 
-CommandEnvironment::CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths, bool json)
-    : clock_(std::move(clock)), paths_(std::move(paths)), json_(json) {}
+CommandEnvironment::CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths,
+                                       std::filesystem::path cloudDatabaseFile, bool json)
+    : clock_(std::move(clock)), paths_(std::move(paths)), cloudDatabaseFile_(std::move(cloudDatabaseFile)),
+      json_(json) {}
 
 CommandEnvironment CommandEnvironment::make(const GlobalOptions& options) {
   if (options.timeZone) {
@@ -35,7 +41,8 @@ CommandEnvironment CommandEnvironment::make(const GlobalOptions& options) {
   }
   auto paths = VantrelPaths::resolve(options.profile ? std::optional<std::filesystem::path>(*options.profile)
                                                      : std::nullopt);
-  return CommandEnvironment(std::move(clock), std::move(paths), options.json);
+  auto cloudFile = options.cloud ? std::filesystem::absolute(*options.cloud) : paths.cloudDatabaseFile;
+  return CommandEnvironment(std::move(clock), std::move(paths), std::move(cloudFile), options.json);
 }
 
 } // namespace vantrel::cli

@@ -15,6 +15,7 @@ struct GlobalOptions {
   std::optional<std::string> profile;
   std::optional<std::string> now;
   std::optional<std::string> timeZone;
+  std::optional<std::string> cloud;
   bool json = false;
 
   void addTo(CLI::App& app);
@@ -30,13 +31,17 @@ public:
 
   const Clock& clock() const { return *clock_; }
   const VantrelPaths& paths() const { return paths_; }
+  /// The cloud database file: `--cloud PATH`, else the profile's.
+  const std::filesystem::path& cloudDatabaseFile() const { return cloudDatabaseFile_; }
   bool json() const { return json_; }
 
 private:
-  CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths, bool json);
+  CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths,
+                     std::filesystem::path cloudDatabaseFile, bool json);
 
   std::unique_ptr<Clock> clock_;
   VantrelPaths paths_;
+  std::filesystem::path cloudDatabaseFile_;
   bool json_;
 };
 

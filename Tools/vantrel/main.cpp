@@ -1,5 +1,6 @@
 #include "Tools/vantrel/AboutCommand.hpp"
 #include "Tools/vantrel/CommandEnvironment.hpp"
+#include "Tools/vantrel/SyncCommand.hpp"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
@@ -15,6 +16,10 @@ int main(int argc, char** argv) {
   auto* about =
       app.add_subcommand("about", "Show the version, the time the run sees and where the files live");
   about->callback([&] { runAboutCommand(CommandEnvironment::make(options), std::cout); });
+
+  auto* sync = app.add_subcommand(
+      "sync", "Send what waits, fetch what other devices changed, and show what the profile holds");
+  sync->callback([&] { runSyncCommand(CommandEnvironment::make(options), std::cout); });
 
   try {
     app.parse(argc, argv);

@@ -50,11 +50,13 @@ VantrelPaths VantrelPaths::resolve(const std::optional<std::filesystem::path>& p
     paths.applicationSupportDirectory = std::filesystem::absolute(*profileDirectory);
     paths.appGroupContainerDirectory = paths.applicationSupportDirectory / appGroupIdentifier;
     paths.standardPreferencesFile = paths.applicationSupportDirectory / "Preferences" / preferencesFileName;
+    paths.cloudDatabaseFile = paths.applicationSupportDirectory / "cloud.sqlite";
   } else {
     paths.applicationSupportDirectory = xdgDirectory(environment, "XDG_DATA_HOME", ".local/share");
     paths.appGroupContainerDirectory = paths.applicationSupportDirectory / appGroupIdentifier;
     paths.standardPreferencesFile =
         xdgDirectory(environment, "XDG_CONFIG_HOME", ".config") / "vantrel" / preferencesFileName;
+    paths.cloudDatabaseFile = paths.applicationSupportDirectory / "Vantrel" / "cloud.sqlite";
   }
   paths.sharedPreferencesFile = paths.appGroupContainerDirectory / "Library" / "Preferences" /
                                 (std::string(appGroupIdentifier) + ".json");

@@ -22,6 +22,9 @@ struct VantrelPaths {
   std::filesystem::path appGroupContainerDirectory;
   std::filesystem::path standardPreferencesFile;
   std::filesystem::path sharedPreferencesFile;
+  /// The embedded cloud database: "cloud.sqlite" in the profile folder, or in Application Support's
+  /// "Vantrel" folder. Profiles that name one file act as devices of one account.
+  std::filesystem::path cloudDatabaseFile;
 
   /// A relative profile is taken from the current folder. Throws std::runtime_error "cannot find a home
   /// folder: set HOME, XDG_DATA_HOME or use --profile" when there is neither a profile nor a home.

@@ -45,6 +45,9 @@ TEST(VantrelPaths, ResolvesFromProfileOrXDGFolders) {
   }
   EXPECT_EQ(resolveWith("profiles/a", {}).applicationSupportDirectory,
             std::filesystem::current_path() / "profiles/a");
+  // A profile keeps its cloud database beside everything else; without one it sits in Vantrel's folder.
+  EXPECT_EQ(resolveWith("/p", {}).cloudDatabaseFile, "/p/cloud.sqlite");
+  EXPECT_EQ(resolveWith({}, {{"HOME", "/h"}}).cloudDatabaseFile, homeData + "/Vantrel/cloud.sqlite");
 }
 
 TEST(VantrelPaths, NeedsAHomeWithoutAProfile) {

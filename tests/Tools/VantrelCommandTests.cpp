@@ -1,8 +1,10 @@
 #include "VantrelCore/JSON/JSONValue.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
 
 #include <array>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <gtest/gtest.h>
 #include <string>
 #include <sys/wait.h>
@@ -49,6 +51,24 @@ TEST(VantrelCommand, AboutReportsTheRunsInstantZoneAndProfile) {
   ASSERT_EQ(text.exitCode, 0) << text.output;
   EXPECT_NE(text.output.find("today                 2026-03-07 (Saturday)"), std::string::npos)
       << text.output;
+}
+
+TEST(VantrelCommand, TwoProfilesOnOneCloudFileAreTwoDevicesOfOneAccount) {
+  testing::TemporaryFolder folder;
+  const std::string cloud = " --cloud " + (folder.path() / "shared" / "cloud.sqlite").string();
+  const auto profile = [&](const char* name) { return " --profile " + (folder.path() / name).string(); };
+
+  const auto first = vantrel(profile("phone") + cloud + " --json sync");
+  ASSERT_EQ(first.exitCode, 0) << first.output;
+  const auto second = vantrel(profile("laptop") + cloud + " --json sync");
+  ASSERT_EQ(second.exitCode, 0) << second.output;
+  const auto phone = parseJSON(first.output);
+  const auto laptop = parseJSON(second.output);
+  EXPECT_EQ(readJSONString(phone["account"]), readJSONString(laptop["account"]));
+  EXPECT_EQ(readJSONInt64(laptop["records"]), 1) << "the schema record the first device wrote";
+  EXPECT_EQ(readJSONInt64(laptop["pendingWrites"]), 0);
+  EXPECT_TRUE(std::filesystem::exists(folder.path() / "laptop" / "group.com.vantrel.vantrel.gen1" /
+                                      "Vantrel" / "cache-snapshot.json"));
 }
 
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {

@@ -1,0 +1,80 @@
+#include "Tools/vantrel/SyncCommand.hpp"
+
+#include "Linux/PosixFileSystem.hpp"
+#include "Linux/SQLiteCloudDatabase.hpp"
+#include "VantrelCore/JSON/JSONWriter.hpp"
+#include "VantrelCore/Model/LastEditedFormat.hpp"
+#include "VantrelCore/Platform/ManualExecutor.hpp"
+#include "VantrelCore/Store/CloudKitStore.hpp"
+
+#include <filesystem>
+#include <iomanip>
+
+namespace vantrel::cli {
+
+void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
+  const auto& cloudFile = environment.cloudDatabaseFile();
+  std::filesystem::create_directories(cloudFile.parent_path());
+  // A run of the command line is one turn of the owner's loop: what the store schedules runs before
+  // the command ends, in order, on this thread.
+  ManualExecutor owner;
+  ManualExecutor snapshotQueue;
+  CloudKitStore store(
+      CloudKitPersistence(CloudKitPersistence::Location::applicationSupport(environment.paths()),
+                          PosixFileSystem::shared()),
+      CloudKitStore::Environment{.clock = environment.clock(),
+                                 .owner = owner,
+                                 .snapshotQueue = snapshotQueue,
+                                 .openContainer =
+                                     [&](std::string_view) {
+                                       return std::make_unique<SQLiteCloudDatabase>(cloudFile,
+                                                                                    environment.clock());
+                                     },
+                                 .automaticallySync = false});
+  store.start();
+  store.runFirstLaunchFlow();
+  owner.drain();
+  store.syncEngine()->sendChanges();
+  store.syncNow();
+  owner.drain();
+  store.flushSnapshotSynchronously();
+  snapshotQueue.drain();
+
+  const std::string account = store.container().fetchUserRecordID().recordName;
+  const auto& lastFetch = store.lastFetch();
+  if (environment.json()) {
+    JSONWriter json;
+    json.startObject();
+    json.key("account");
+    json.string(account);
+    json.key("cloudDatabase");
+    json.string(cloudFile.string());
+    json.key("records");
+    json.int64(std::int64_t(store.cache().recordCount()));
+    json.key("pendingWrites");
+    json.int64(store.pendingWriteCount());
+    json.key("fetchError");
+    if (lastFetch && lastFetch->errorDescription) {
+      json.string(*lastFetch->errorDescription);
+    } else {
+      json.null();
+    }
+    json.endObject();
+    out << json.text() << "\n";
+    return;
+  }
+  const auto line = [&](const char* label, const std::string& value) {
+    out << std::left << std::setw(16) << label << value << "\n";
+  };
+  line("account", account);
+  line("cloud database", cloudFile.string());
+  line("records", std::to_string(store.cache().recordCount()));
+  line("waiting to send", std::to_string(store.pendingWriteCount()));
+  if (lastFetch) {
+    line("fetched",
+         LastEditedFormat::string(lastFetch->when) +
+             (lastFetch->errorDescription ? " (failed: " + *lastFetch->errorDescription + ")" : ""));
+  }
+}
+
+} // namespace vantrel::cli
