@@ -82,6 +82,19 @@ void PosixFileSystem::rename(const std::filesystem::path& from, const std::files
   }
 }
 
+void PosixFileSystem::syncFileSystem(const std::filesystem::path& path) {
+  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); });
+  if (fd < 0) {
+    throw FileSystemError("open", path, errno);
+  }
+  const int syncResult = ::syncfs(fd);
+  const int syncError = errno;
+  ::close(fd);
+  if (syncResult != 0) {
+    throw FileSystemError("syncfs", path, syncError);
+  }
+}
+
 void PosixFileSystem::syncDirectory(const std::filesystem::path& directory) {
   const int fd =
       retryingInterrupts([&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });

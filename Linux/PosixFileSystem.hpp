@@ -20,6 +20,7 @@ public:
   void closeFile(int fd) override;
   void rename(const std::filesystem::path& from, const std::filesystem::path& to) override;
   void syncDirectory(const std::filesystem::path& directory) override;
+  void syncFileSystem(const std::filesystem::path& path) override;
   void removeFile(const std::filesystem::path& path) override;
   std::optional<std::string> readFile(const std::filesystem::path& path) override;
   void createDirectories(const std::filesystem::path& path, mode_t mode = 0700) override;

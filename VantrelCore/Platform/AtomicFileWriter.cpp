@@ -5,9 +5,12 @@
 
 #include <atomic>
 #include <cstdint>
+#include <set>
 #include <string>
+#include <tuple>
 #include <unistd.h>
 #include <utility>
+#include <vector>
 
 namespace vantrel {
 namespace {
@@ -80,13 +83,33 @@ bool isValidUTF8(std::string_view text) {
   return true;
 }
 
+/// Creates a temp file beside `target` under a fresh name; answers its descriptor and path.
+std::pair<int, std::filesystem::path> createTemp(FileSystem& fileSystem, const std::filesystem::path& target,
+                                                 mode_t mode) {
+  for (int attempt = 1;; ++attempt) {
+    auto candidate = nextTempPath(target);
+    try {
+      const int fd = fileSystem.createExclusive(candidate, mode);
+      return {fd, std::move(candidate)};
+    } catch (const FileSystemError& error) {
+      if (error.code() != std::errc::file_exists || attempt == maximumTempNameAttempts) {
+        throw;
+      }
+    }
+  }
+}
+
+std::filesystem::path directoryOf(const std::filesystem::path& target) {
+  return target.has_parent_path() ? target.parent_path() : ".";
+}
+
 } // namespace
 
 AtomicFileWriter::AtomicFileWriter(FileSystem& fileSystem) : fileSystem_(fileSystem) {}
 
 void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::path& target,
                                  mode_t mode) const {
-  const std::filesystem::path directory = target.has_parent_path() ? target.parent_path() : ".";
+  const std::filesystem::path directory = directoryOf(target);
   std::filesystem::path tempPath;
   int fd = -1;
   bool renamed = false;
@@ -106,17 +129,7 @@ void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::
     }
   };
   try {
-    for (int attempt = 1; fd < 0; ++attempt) {
-      const auto candidate = nextTempPath(target);
-      try {
-        fd = fileSystem_.createExclusive(candidate, mode);
-        tempPath = candidate;
-      } catch (const FileSystemError& error) {
-        if (error.code() != std::errc::file_exists || attempt == maximumTempNameAttempts) {
-          throw;
-        }
-      }
-    }
+    std::tie(fd, tempPath) = createTemp(fileSystem_, target, mode);
     fileSystem_.writeAll(fd, bytes);
     // A failed fsync is never retried: the kernel may already have dropped the dirty pages it reported.
     fileSystem_.syncFile(fd);
@@ -129,6 +142,63 @@ void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::
     throw AtomicWriteError::writeFailed(target, error);
   } catch (...) {
     discardTemp();
+    throw;
+  }
+}
+
+void AtomicFileWriter::writeFiles(std::span<const File> files, mode_t mode) const {
+  std::vector<std::filesystem::path> temps;
+  temps.reserve(files.size());
+  std::size_t renamed = 0;
+  std::set<std::filesystem::path> directories;
+  for (const auto& file : files) {
+    directories.insert(directoryOf(file.target));
+  }
+  // What the failing step was about, for the error; it outlives the try block.
+  const std::filesystem::path* failing = nullptr;
+  // Removes the temp files not renamed yet; its own failures cannot be reported better than the one
+  // being thrown.
+  const auto discardTemps = [&] {
+    for (std::size_t index = renamed; index < temps.size(); ++index) {
+      try {
+        fileSystem_.removeFile(temps[index]);
+      } catch (const FileSystemError&) {
+      }
+    }
+  };
+  try {
+    for (const auto& file : files) {
+      failing = &file.target;
+      auto [fd, temp] = createTemp(fileSystem_, file.target, mode);
+      temps.push_back(std::move(temp));
+      try {
+        fileSystem_.writeAll(fd, file.bytes);
+      } catch (const FileSystemError&) {
+        try {
+          fileSystem_.closeFile(fd);
+        } catch (const FileSystemError&) {
+        }
+        throw;
+      }
+      fileSystem_.closeFile(fd);
+    }
+    for (const auto& directory : directories) {
+      failing = &directory;
+      fileSystem_.syncFileSystem(directory);
+    }
+    for (; renamed < files.size(); ++renamed) {
+      failing = &files[renamed].target;
+      fileSystem_.rename(temps[renamed], files[renamed].target);
+    }
+    for (const auto& directory : directories) {
+      failing = &directory;
+      fileSystem_.syncDirectory(directory);
+    }
+  } catch (const FileSystemError& error) {
+    discardTemps();
+    throw AtomicWriteError::writeFailed(*failing, error);
+  } catch (...) {
+    discardTemps();
     throw;
   }
 }

@@ -24,6 +24,8 @@ public:
   virtual void rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
   /// Makes the folder's entries (a rename into it) durable.
   virtual void syncDirectory(const std::filesystem::path& directory) = 0;
+  /// Makes everything written to the file system that holds `path` durable: one call for many files.
+  virtual void syncFileSystem(const std::filesystem::path& path) = 0;
   /// Removing a file that does not exist is not an error.
   virtual void removeFile(const std::filesystem::path& path) = 0;
   /// The whole file; empty when it does not exist.

@@ -105,6 +105,16 @@ std::optional<std::string> CloudKitPersistence::read(const std::filesystem::path
   return fileSystem_.readFile(file);
 }
 
+void CloudKitPersistence::writeServerCopies(std::span<const ServerCopy> copies) const {
+  std::vector<AtomicFileWriter::File> files;
+  files.reserve(copies.size() * 2);
+  for (const auto& copy : copies) {
+    files.push_back({systemFieldsFile(copy.recordType, copy.recordName), copy.systemFields});
+    files.push_back({baseRecordFile(copy.recordName), copy.baseRecord});
+  }
+  AtomicFileWriter(fileSystem_).writeFiles(files);
+}
+
 void CloudKitPersistence::write(std::string_view data, const std::filesystem::path& file) const {
   AtomicFileWriter(fileSystem_).writeData(data, file);
 }

@@ -5,6 +5,7 @@
 
 #include <filesystem>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 
@@ -64,6 +65,17 @@ public:
   /// Removes the bookkeeping of `recordName` under whatever record type it was kept.
   void deleteSystemFieldsByName(std::string_view recordName) const;
   void wipeAllSystemFields() const;
+
+  /// What the store keeps of one record as the server holds it.
+  struct ServerCopy {
+    std::string recordType;
+    std::string recordName;
+    std::string systemFields;
+    std::string baseRecord;
+  };
+  /// Writes the system fields and the base copy of many records, each file atomically, with one sync for
+  /// all of them: what a fetched batch costs stays near what writing its bytes costs.
+  void writeServerCopies(std::span<const ServerCopy> copies) const;
 
   bool hasBaseRecord(std::string_view recordName) const;
   std::optional<std::string> readBaseRecord(std::string_view recordName) const;

@@ -46,46 +46,60 @@ std::optional<CloudRecord> CloudKitStore::buildRecord(const CloudRecordID& recor
   return record;
 }
 
-void CloudKitStore::keepServerCopy(const CloudRecord& record) {
-  const auto& name = record.recordID().recordName;
+void CloudKitStore::keepServerCopies(std::span<const CloudRecord* const> records) {
+  if (records.empty()) {
+    return;
+  }
+  std::vector<CloudKitPersistence::ServerCopy> copies;
+  copies.reserve(records.size());
+  for (const CloudRecord* record : records) {
+    copies.push_back({record->recordType(), record->recordID().recordName, record->systemFieldsData(),
+                      record->wholeRecordData()});
+  }
   try {
-    persistence_.writeSystemFields(record.systemFieldsData(), record.recordType(), name);
-    persistence_.writeBaseRecord(record.wholeRecordData(), name);
+    persistence_.writeServerCopies(copies);
   } catch (const std::exception& error) {
-    logger_.error("Failed to store change tag for %s/%s: %@", record.recordType(), name, error.what());
+    for (const CloudRecord* record : records) {
+      logger_.error("Failed to store change tag for %s/%s: %@", record->recordType(),
+                    record->recordID().recordName, error.what());
+    }
   }
 }
 
-void CloudKitStore::ingest(const CloudRecord& record) {
-  const auto& type = record.recordType();
-  const auto& name = record.recordID().recordName;
-  if (!bridgeIsApplying_ && syncEngine_ &&
-      syncEngine_->state().pendingChange(record.recordID()) == PendingRecordZoneChange::Kind::saveRecord) {
-    logger_.info("ingest: skipping %{public}s/%{public}s; local pending save", type, name);
-    return;
-  }
-  logger_.debug("private ingest: %{public}s/%{public}s", type, name);
-  bool decoded = false;
-  const bool known = visitCloudKitDomainRecordType(type, [&]<class Record>() {
-    try {
-      auto entity = readCloudRecord<Record>(record);
-      if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
-        cache_.setSchemaVersion(std::move(entity));
-      } else {
-        cache_.upsert(std::move(entity));
-      }
-      decoded = true;
-    } catch (const CloudKitRecordError& error) {
-      logger_.error("Failed to parse CKRecord %s/%s: %@", type, name, error.what());
+void CloudKitStore::keepServerCopy(const CloudRecord& record) {
+  const CloudRecord* const one = &record;
+  keepServerCopies(std::span(&one, 1));
+}
+
+void CloudKitStore::ingest(std::span<const CloudRecord> records) {
+  std::vector<const CloudRecord*> taken;
+  for (const auto& record : records) {
+    const auto& type = record.recordType();
+    const auto& name = record.recordID().recordName;
+    if (!bridgeIsApplying_ && syncEngine_ &&
+        syncEngine_->state().pendingChange(record.recordID()) == PendingRecordZoneChange::Kind::saveRecord) {
+      logger_.info("ingest: skipping %{public}s/%{public}s; local pending save", type, name);
+      continue;
     }
-  });
-  if (!known) {
-    logger_.error("Unknown CKRecord type: %s", type);
-    return;
+    logger_.debug("private ingest: %{public}s/%{public}s", type, name);
+    const bool known = visitCloudKitDomainRecordType(type, [&]<class Record>() {
+      try {
+        auto entity = readCloudRecord<Record>(record);
+        if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
+          cache_.setSchemaVersion(std::move(entity));
+        } else {
+          cache_.upsert(std::move(entity));
+        }
+        taken.push_back(&record);
+      } catch (const CloudKitRecordError& error) {
+        logger_.error("Failed to parse CKRecord %s/%s: %@", type, name, error.what());
+      }
+    });
+    if (!known) {
+      logger_.error("Unknown CKRecord type: %s", type);
+    }
   }
-  if (decoded) {
-    keepServerCopy(record);
-  }
+  keepServerCopies(taken);
 }
 
 void CloudKitStore::removeFromCache(std::string_view recordType, std::string_view recordName) {
@@ -105,24 +119,29 @@ void CloudKitStore::removeFetched(const CloudDeletedRecord& deleted) {
   persistence_.deleteSystemFieldsByName(name);
 }
 
-void CloudKitStore::confirmSave(const CloudRecord& record) {
-  const auto& name = record.recordID().recordName;
-  if (record.recordType() == CKRecordTypes::cloudShare) {
-    ingest(record);
-  } else if (syncEngine_ && syncEngine_->state().pendingChange(record.recordID()) ==
-                                PendingRecordZoneChange::Kind::saveRecord) {
-    // The user edited the record again while this save was in flight: the cache keeps the newer edit,
-    // which goes next on the tag the server just gave, so it does not conflict with this device's own save.
-    keepServerCopy(record);
-    if (const auto& tag = record.systemFields().changeTag) {
-      keptConfirmedTags_[name] = *tag;
+void CloudKitStore::confirmSaves(std::span<const CloudRecord> records) {
+  std::vector<CloudRecord> confirmed;
+  std::vector<const CloudRecord*> keptOnly;
+  for (const auto& record : records) {
+    const auto& name = record.recordID().recordName;
+    if (record.recordType() != CKRecordTypes::cloudShare && syncEngine_ &&
+        syncEngine_->state().pendingChange(record.recordID()) == PendingRecordZoneChange::Kind::saveRecord) {
+      // The user edited the record again while this save was in flight: the cache keeps the newer edit,
+      // which goes next on the tag the server just gave, so it does not conflict with this device's own
+      // save.
+      keptOnly.push_back(&record);
+      if (const auto& tag = record.systemFields().changeTag) {
+        keptConfirmedTags_[name] = *tag;
+      }
+      logger_.info(
+          "save confirmed: %{public}s/%{public}s; newer local edit pending, kept on the new change tag",
+          record.recordType(), name);
+    } else {
+      confirmed.push_back(record);
     }
-    logger_.info(
-        "save confirmed: %{public}s/%{public}s; newer local edit pending, kept on the new change tag",
-        record.recordType(), name);
-  } else {
-    ingest(record);
   }
+  keepServerCopies(keptOnly);
+  ingest(confirmed);
   updatePendingWrites();
 }
 
@@ -146,7 +165,7 @@ void CloudKitStore::handleFailedSave(const CloudRecord& record, const CloudError
     }
     // The server's version wins whole for now; the field-by-field merge replaces this.
     logger_.info("Conflict on %{public}s/%{public}s; taking the server's version", type, name);
-    ingest(*error.serverRecord());
+    ingest(std::span(error.serverRecord(), 1));
     break;
   case CloudErrorCode::quotaExceeded:
     logger_.error("CloudKit quota exceeded; surfacing banner and queuing retry");

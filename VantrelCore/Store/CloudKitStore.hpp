@@ -152,14 +152,17 @@ private:
   void handleAccountChange(CloudKitAccountChange change);
   /// The record to send for a pending save: the cached entity on its kept bookkeeping.
   std::optional<CloudRecord> buildRecord(const CloudRecordID& recordID);
-  /// Takes a fetched or confirmed record into the cache, unless a local save of it waits.
-  void ingest(const CloudRecord& record);
+  /// Takes fetched or confirmed records into the cache, except those a local save of waits for, and
+  /// keeps the server's copy of each taken in.
+  void ingest(std::span<const CloudRecord> records);
   void removeFetched(const CloudDeletedRecord& deleted);
-  void confirmSave(const CloudRecord& record);
+  void confirmSaves(std::span<const CloudRecord> records);
   void handleFailedSave(const CloudRecord& record, const CloudError& error);
   void handleZoneDeletion(CloudKitZoneDeleteReason reason);
   void setFetching(bool fetching) { isFetching_ = fetching; }
-  /// Keeps the server's bookkeeping and a full copy of the record, the ancestor of later merges.
+  /// Keeps the server's bookkeeping and a full copy of each record, the ancestor of later merges, with
+  /// one sync for all of them.
+  void keepServerCopies(std::span<const CloudRecord* const> records);
   void keepServerCopy(const CloudRecord& record);
   /// Takes the entity of the record's type out of the cache.
   void removeFromCache(std::string_view recordType, std::string_view recordName);

@@ -67,16 +67,12 @@ void CloudKitSyncDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&
       }
     }
   } else if (const auto* fetched = std::get_if<FetchedRecordZoneChangesEvent>(&event)) {
-    for (const auto& record : fetched->modifications) {
-      store.ingest(record);
-    }
+    store.ingest(fetched->modifications);
     for (const auto& deleted : fetched->deletions) {
       store.removeFetched(deleted);
     }
   } else if (const auto* sent = std::get_if<SentRecordZoneChangesEvent>(&event)) {
-    for (const auto& record : sent->savedRecords) {
-      store.confirmSave(record);
-    }
+    store.confirmSaves(sent->savedRecords);
     for (const auto& [record, error] : sent->failedRecordSaves) {
       store.handleFailedSave(record, error);
     }

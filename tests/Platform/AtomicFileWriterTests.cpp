@@ -93,6 +93,53 @@ TEST_F(AtomicFileWriterTest, AFailureAtAnyStepLeavesTheOldFileAndNoTempFile) {
   }
 }
 
+// Three files in two folders: a failure at any step leaves each file whole, renamed ones new and the
+// rest old, and no temp file anywhere.
+TEST_F(AtomicFileWriterTest, ManyFilesAreReplacedWithOneSyncAndEachStaysWhole) {
+  const fs::path other = folder_ / "other";
+  fs::create_directory(other);
+  const std::vector<fs::path> targets{folder_ / "a", folder_ / "b", other / "c"};
+  const auto contents = [&] {
+    std::string joined;
+    for (const auto& target : targets) {
+      joined += fileSystem_.readFile(target).value_or("-");
+    }
+    return joined;
+  };
+  const struct {
+    Step step;
+    int nth;
+    std::string after;
+  } cases[] = {{Step::create, 2, "ooo"},         {Step::write, 3, "ooo"},  {Step::close, 1, "ooo"},
+               {Step::syncFileSystem, 2, "ooo"}, {Step::rename, 2, "noo"}, {Step::syncDirectory, 1, "nnn"},
+               {Step::syncFile, 1, "nnn"}};
+  for (const auto& [step, nth, after] : cases) {
+    SCOPED_TRACE(int(step));
+    for (const auto& target : targets) {
+      std::ofstream(target) << "o";
+    }
+    testing::FaultInjectingFileSystem fileSystem;
+    fileSystem.failCall(step, nth, EIO);
+    const std::vector<AtomicFileWriter::File> files{{targets[0], "n"}, {targets[1], "n"}, {targets[2], "n"}};
+    const bool failed = [&] {
+      try {
+        AtomicFileWriter(fileSystem).writeFiles(files);
+        return false;
+      } catch (const AtomicWriteError&) {
+        return true;
+      }
+    }();
+    EXPECT_EQ(failed, after != "nnn" || step == Step::syncDirectory);
+    EXPECT_EQ(contents(), after);
+    EXPECT_EQ(fileSystem.callCount(Step::syncFile), 0) << "no file is synced one by one";
+    for (const auto& folder : {folder_, other}) {
+      for (const auto& entry : fs::directory_iterator(folder)) {
+        EXPECT_FALSE(AtomicFileWriter::isOurTempFile(entry.path())) << entry.path();
+      }
+    }
+  }
+}
+
 TEST_F(AtomicFileWriterTest, NeitherCreatesAMissingFolderNorFollowsASymlink) {
   EXPECT_THROW(writer_.writeData("new", folder_ / "missing" / "state.json"), AtomicWriteError);
   EXPECT_FALSE(fs::exists(folder_ / "missing"));

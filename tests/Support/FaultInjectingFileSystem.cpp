@@ -58,6 +58,13 @@ void FaultInjectingFileSystem::rename(const std::filesystem::path& from, const s
   real_.rename(from, to);
 }
 
+void FaultInjectingFileSystem::syncFileSystem(const std::filesystem::path& path) {
+  if (const int error = countCall(Step::syncFileSystem)) {
+    throw FileSystemError("syncfs", path, error);
+  }
+  real_.syncFileSystem(path);
+}
+
 void FaultInjectingFileSystem::syncDirectory(const std::filesystem::path& directory) {
   if (const int error = countCall(Step::syncDirectory)) {
     throw FileSystemError("fsync", directory, error);

@@ -13,7 +13,7 @@ namespace vantrel::testing {
 /// does. Counts calls per step and remembers every path it was asked to create.
 class FaultInjectingFileSystem : public FileSystem {
 public:
-  enum class Step { create, write, syncFile, close, rename, syncDirectory };
+  enum class Step { create, write, syncFile, close, rename, syncDirectory, syncFileSystem };
 
   FaultInjectingFileSystem();
 
@@ -29,6 +29,7 @@ public:
   void closeFile(int fd) override;
   void rename(const std::filesystem::path& from, const std::filesystem::path& to) override;
   void syncDirectory(const std::filesystem::path& directory) override;
+  void syncFileSystem(const std::filesystem::path& path) override;
   void removeFile(const std::filesystem::path& path) override;
   std::optional<std::string> readFile(const std::filesystem::path& path) override;
   void createDirectories(const std::filesystem::path& path, mode_t mode = 0700) override;
@@ -40,7 +41,7 @@ private:
   int countCall(Step step);
 
   FileSystem& real_;
-  std::array<int, 6> counts_{};
+  std::array<int, 7> counts_{};
   std::map<std::pair<Step, int>, int> faults_;
   std::map<int, std::filesystem::path> openFiles_;
   std::vector<std::filesystem::path> createRequests_;
