@@ -82,31 +82,31 @@ void PosixFileSystem::rename(const std::filesystem::path& from, const std::files
   }
 }
 
-void PosixFileSystem::syncFileSystem(const std::filesystem::path& path) {
-  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); });
+namespace {
+
+/// Opens `path` only to hand it to `sync` (fsync of a folder, syncfs), naming the call in errors.
+template <class Sync>
+void syncThroughDescriptor(const std::filesystem::path& path, int flags, const char* name, Sync sync) {
+  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), flags | O_CLOEXEC); });
   if (fd < 0) {
     throw FileSystemError("open", path, errno);
   }
-  const int syncResult = ::syncfs(fd);
+  const int syncResult = sync(fd);
   const int syncError = errno;
   ::close(fd);
   if (syncResult != 0) {
-    throw FileSystemError("syncfs", path, syncError);
+    throw FileSystemError(name, path, syncError);
   }
 }
 
+} // namespace
+
+void PosixFileSystem::syncFileSystem(const std::filesystem::path& path) {
+  syncThroughDescriptor(path, O_RDONLY, "syncfs", ::syncfs);
+}
+
 void PosixFileSystem::syncDirectory(const std::filesystem::path& directory) {
-  const int fd =
-      retryingInterrupts([&] { return ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC); });
-  if (fd < 0) {
-    throw FileSystemError("open", directory, errno);
-  }
-  const int syncResult = ::fsync(fd);
-  const int syncError = errno;
-  ::close(fd);
-  if (syncResult != 0) {
-    throw FileSystemError("fsync", directory, syncError);
-  }
+  syncThroughDescriptor(directory, O_RDONLY | O_DIRECTORY, "fsync", ::fsync);
 }
 
 void PosixFileSystem::removeFile(const std::filesystem::path& path) {
