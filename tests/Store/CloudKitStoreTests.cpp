@@ -8,7 +8,9 @@
 #include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
+#include <algorithm>
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
 
 namespace vantrel {
@@ -56,6 +58,9 @@ public:
                                          auto database =
                                              std::make_unique<InMemoryCloudDatabase>(server_, std::nullopt);
                                          database_ = database.get();
+                                         if (onOpen) {
+                                           onOpen();
+                                         }
                                          return database;
                                        },
                                    .automaticallySync = false});
@@ -89,6 +94,8 @@ public:
   }
 
   CloudKitStore& store() { return *store_; }
+  /// Runs while the store opens its container, in the middle of start().
+  std::function<void()> onOpen;
   InMemoryCloudDatabase& database() { return *database_; }
   const fs::path& folder() const { return folder_; }
 
@@ -113,13 +120,25 @@ protected:
 };
 
 TEST_F(CloudKitStoreTest, StartsOnceMakesTheZoneAndSchemaAndCarriesASaveToAnotherDevice) {
+  int nestedStarts = 0;
+  phone_.onOpen = [&] {
+    ++nestedStarts;
+    phone_.store().start();
+  };
   phone_.store().start();
+  EXPECT_EQ(nestedStarts, 1);
   SyncEngine* const engine = phone_.store().syncEngine();
   phone_.store().start();
   EXPECT_EQ(phone_.store().syncEngine(), engine);
   EXPECT_TRUE(log_.contains("Created VantrelZone"));
   EXPECT_TRUE(log_.contains("No saved engine state on disk"));
-  EXPECT_TRUE(log_.contains("CloudKitStore started; accountStatus=available; restoredState=false"));
+  const auto messages = log_.messages();
+  EXPECT_EQ(
+      std::ranges::count(messages, "CloudKitStore started; accountStatus=available; restoredState=false"), 1);
+  EXPECT_EQ(
+      std::ranges::count_if(
+          messages, [](const std::string& line) { return line.starts_with("CloudKitSyncDelegate INIT"); }),
+      1);
   EXPECT_THROW(phone_.store().saveRecord(task("t-1", "x")), CloudKitStoreError) << "no schema yet";
   phone_.store().runFirstLaunchFlow();
   EXPECT_TRUE(phone_.store().schemaMigrationComplete());
