@@ -98,6 +98,12 @@ void CloudKitStore::start() {
   isStarted_ = true;
   isStarting_ = false;
 
+  // Per-user records (placements, schedules) carry the signed-in user's reference.
+  const std::string user = container().fetchUserRecordID().recordName;
+  logger_.info("Current user resolved: %{private}s", user);
+  if (cache_.currentUserRef() != user) {
+    cache_.setCurrentUserRef(user);
+  }
   ensureZone();
   checkSchemaVersion();
   environment_.owner.post([self = std::weak_ptr(self_)] {

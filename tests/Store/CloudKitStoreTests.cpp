@@ -152,6 +152,7 @@ TEST_F(CloudKitStoreTest, StartsOnceMakesTheZoneAndSchemaAndCarriesASaveToAnothe
   laptop_.start();
   EXPECT_TRUE(log_.contains("VantrelZone already exists"));
   EXPECT_TRUE(laptop_.store().schemaMigrationComplete());
+  EXPECT_EQ(laptop_.store().cache().currentUserRef(), server_.userRecordName());
   EXPECT_EQ(laptop_.titleOf("t-1"), "Buy milk");
   EXPECT_EQ(laptop_.store().cache().schemaVersion(), SchemaVersionRecord{currentSchemaVersion});
 
