@@ -1,8 +1,10 @@
 #pragma once
 
+#include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/Clock.hpp"
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
 #include "VantrelCore/Store/CacheSnapshotCoordinator.hpp"
 #include "VantrelCore/Store/CloudKitAccountChange.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
@@ -53,6 +55,8 @@ public:
     std::string containerIdentifier = "iCloud.com.vantrel.vantrel";
     /// Whether the engines send by themselves after a write and retry by themselves.
     bool automaticallySync = true;
+    /// Where new record names come from; random when not given.
+    UUIDGenerator* uuids = nullptr;
   };
 
   /// Restores the cache and the shared records from disk; no cloud work happens before start().
@@ -133,6 +137,31 @@ public:
   /// Takes the entity out of the cache and queues its deletion on the server.
   void deleteRecord(std::string_view recordType, std::string_view recordName);
 
+  // Mutations. Each checks everything it needs before it writes anything, so a refused one (the guard, a
+  // missing record, a rule) changes nothing; each throws CloudKitStoreError.
+
+  /// A new area after the last one; its record name is the unique slug of its (trimmed) name.
+  std::string addArea(std::string_view name, std::string color, std::string icon);
+  void setAreaName(std::string_view area, std::string_view name);
+  void setAreaColor(std::string_view area, std::string color);
+  void setAreaHidden(std::string_view area, bool isHidden);
+  /// Refused with areaNotEmpty while a project is filed in the area (archived ones too: they would be
+  /// left nowhere) or a task lives in it; otherwise deletes the area with this user's headers in it.
+  void deleteArea(std::string_view area);
+
+  std::string addTaskToArea(std::string_view area, std::string_view title, bool insertAtTop = false);
+  std::string addTaskToProject(std::string_view project, std::string_view title, bool insertAtTop = false);
+  /// A subtask after the parent's last subtask, in the parent's home.
+  std::string addSubtask(std::string_view parentTask, std::string_view title);
+  void setTaskTitle(std::string_view task, std::string_view title);
+  void setTaskDone(std::string_view task, bool done);
+  void setTaskDueDate(std::string_view task, std::optional<Date> dueDate);
+  /// Plans the task for this user; with neither a day nor a gap time the schedule record is deleted.
+  void setTaskSchedule(std::string_view task, std::optional<CalendarDate> day,
+                       std::optional<std::string> gapTime);
+  /// Deletes the task with its subtasks and this user's schedules of them all.
+  void deleteTask(std::string_view task);
+
 private:
   friend class CloudKitSyncDelegate;
   friend class SharedSyncEngineDelegate;
@@ -166,6 +195,11 @@ private:
   void keepServerCopy(const CloudRecord& record);
   /// Takes the entity of the record's type out of the cache.
   void removeFromCache(std::string_view recordType, std::string_view recordName);
+
+  const TaskRecord& requireTask(std::string_view task) const;
+  const AreaRecord& requireArea(std::string_view area) const;
+  std::string addTask(std::string homeRef, std::string_view title, bool insertAtTop);
+  std::string newRecordName(std::string_view prefix);
 
   CloudKitPersistence persistence_;
   Environment environment_;
@@ -201,6 +235,7 @@ private:
   bool watching_ = false;
   /// The polling job; jobs on the loop hold it weakly, so it ends with the store.
   std::shared_ptr<std::function<void()>> watchPoll_;
+  RandomUUIDGenerator randomUUIDs_;
 };
 
 template <class Record> void CloudKitStore::saveRecord(const Record& record) {

@@ -1,0 +1,221 @@
+// The planner's mutations: validate against the cache, compute the new records, then write them through
+// saveRecord and deleteRecord.
+#include "VantrelCore/Model/RecordNames.hpp"
+#include "VantrelCore/Model/SortIndex.hpp"
+#include "VantrelCore/Model/WhiteSpace.hpp"
+#include "VantrelCore/Store/CloudKitStore.hpp"
+#include "VantrelCore/Store/CloudKitStoreError.hpp"
+#include "VantrelCore/Sync/CKRecordTypes.hpp"
+
+#include <vector>
+
+namespace vantrel {
+namespace {
+
+template <class Map, class Index>
+std::vector<std::int64_t> sortIndexes(const Map& records, const Index& names) {
+  std::vector<std::int64_t> indexes;
+  for (const auto& name : names) {
+    if (const auto found = records.find(name); found != records.end()) {
+      indexes.push_back(found->second.sortIndex);
+    }
+  }
+  return indexes;
+}
+
+} // namespace
+
+std::string CloudKitStore::newRecordName(std::string_view prefix) {
+  return RecordNames::random(prefix, environment_.uuids ? *environment_.uuids : randomUUIDs_);
+}
+
+const TaskRecord& CloudKitStore::requireTask(std::string_view task) const {
+  const auto found = cache_.tasks().find(std::string(task));
+  if (found == cache_.tasks().end()) {
+    throw CloudKitStoreError::recordNotFound(CKRecordTypes::task, task);
+  }
+  return found->second;
+}
+
+const AreaRecord& CloudKitStore::requireArea(std::string_view area) const {
+  const auto found = cache_.areas().find(std::string(area));
+  if (found == cache_.areas().end()) {
+    throw CloudKitStoreError::recordNotFound(CKRecordTypes::area, area);
+  }
+  return found->second;
+}
+
+std::string CloudKitStore::addArea(std::string_view name, std::string color, std::string icon) {
+  guardWrite();
+  AreaRecord area{
+      .name = RecordNames::normalizedAreaName(name), .color = std::move(color), .icon = std::move(icon)};
+  area.recordName = RecordNames::uniqueAreaRecordName(
+      area.name, [&](std::string_view taken) { return cache_.areas().contains(std::string(taken)); });
+  std::vector<std::int64_t> indexes;
+  for (const auto& [recordName, existing] : cache_.areas()) {
+    indexes.push_back(existing.sortIndex);
+  }
+  area.sortIndex = SortIndex::appended(indexes);
+  saveRecord(area);
+  return area.recordName;
+}
+
+void CloudKitStore::setAreaName(std::string_view area, std::string_view name) {
+  guardWrite();
+  AreaRecord changed = requireArea(area);
+  changed.name = RecordNames::normalizedAreaName(name);
+  saveRecord(changed);
+}
+
+void CloudKitStore::setAreaColor(std::string_view area, std::string color) {
+  guardWrite();
+  AreaRecord changed = requireArea(area);
+  changed.color = std::move(color);
+  saveRecord(changed);
+}
+
+void CloudKitStore::setAreaHidden(std::string_view area, bool isHidden) {
+  guardWrite();
+  AreaRecord changed = requireArea(area);
+  changed.isHidden = isHidden;
+  saveRecord(changed);
+}
+
+void CloudKitStore::deleteArea(std::string_view area) {
+  guardWrite();
+  const std::string name = requireArea(area).recordName;
+  const auto count = [&](const RecordNameIndex& index) -> std::int64_t {
+    const auto found = index.find(name);
+    return found == index.end() ? 0 : std::int64_t(found->second.size());
+  };
+  if (const auto projects = count(cache_.projectsInArea()), tasks = count(cache_.tasksByHome());
+      projects > 0 || tasks > 0) {
+    throw CloudKitStoreError::areaNotEmpty(name, projects, tasks);
+  }
+  // The server drops the area's headers with it (they point at it with deleteSelf); the cache must too.
+  std::vector<std::string> headers;
+  for (const auto& [header, section] : cache_.areaSections()) {
+    if (section.areaRef == name) {
+      headers.push_back(header);
+    }
+  }
+  for (const auto& header : headers) {
+    deleteRecord(CKRecordTypes::areaSection, header);
+  }
+  deleteRecord(CKRecordTypes::area, name);
+}
+
+std::string CloudKitStore::addTask(std::string homeRef, std::string_view title, bool insertAtTop) {
+  TaskRecord task{.recordName = newRecordName(RecordNames::taskPrefix),
+                  .homeRef = std::move(homeRef),
+                  .title = std::string(trimmingWhiteSpaceAndNewlines(title))};
+  // A project's tasks share one order with its headers; an area's tasks have their own.
+  std::vector<std::int64_t> siblings;
+  if (const auto home = cache_.tasksByHome().find(task.homeRef); home != cache_.tasksByHome().end()) {
+    siblings = sortIndexes(cache_.tasks(), home->second);
+  }
+  if (!task.homeIsArea()) {
+    for (const auto& [header, section] : cache_.projectSections()) {
+      if (section.projectRef == task.homeRef) {
+        siblings.push_back(section.sortIndex);
+      }
+    }
+  }
+  task.sortIndex = insertAtTop ? SortIndex::atTop(siblings) : SortIndex::appended(siblings);
+  saveRecord(task);
+  return task.recordName;
+}
+
+std::string CloudKitStore::addTaskToArea(std::string_view area, std::string_view title, bool insertAtTop) {
+  guardWrite();
+  return addTask(requireArea(area).recordName, title, insertAtTop);
+}
+
+std::string CloudKitStore::addTaskToProject(std::string_view project, std::string_view title,
+                                            bool insertAtTop) {
+  guardWrite();
+  if (!cache_.projects().contains(std::string(project))) {
+    throw CloudKitStoreError::recordNotFound(CKRecordTypes::project, project);
+  }
+  return addTask(std::string(project), title, insertAtTop);
+}
+
+std::string CloudKitStore::addSubtask(std::string_view parentTask, std::string_view title) {
+  guardWrite();
+  const TaskRecord& parent = requireTask(parentTask);
+  TaskRecord subtask{.recordName = newRecordName(RecordNames::taskPrefix),
+                     .homeRef = parent.homeRef,
+                     .parentTaskRef = parent.recordName,
+                     .title = std::string(trimmingWhiteSpaceAndNewlines(title))};
+  std::vector<std::int64_t> siblings;
+  if (const auto children = cache_.tasksByParent().find(parent.recordName);
+      children != cache_.tasksByParent().end()) {
+    siblings = sortIndexes(cache_.tasks(), children->second);
+  }
+  subtask.sortIndex = SortIndex::appended(siblings);
+  saveRecord(subtask);
+  return subtask.recordName;
+}
+
+void CloudKitStore::setTaskTitle(std::string_view task, std::string_view title) {
+  guardWrite();
+  TaskRecord changed = requireTask(task);
+  changed.title = trimmingWhiteSpaceAndNewlines(title);
+  saveRecord(changed);
+}
+
+void CloudKitStore::setTaskDone(std::string_view task, bool done) {
+  guardWrite();
+  TaskRecord changed = requireTask(task);
+  changed.done = done;
+  saveRecord(changed);
+}
+
+void CloudKitStore::setTaskDueDate(std::string_view task, std::optional<Date> dueDate) {
+  guardWrite();
+  TaskRecord changed = requireTask(task);
+  changed.dueDate = dueDate;
+  saveRecord(changed);
+}
+
+void CloudKitStore::setTaskSchedule(std::string_view task, std::optional<CalendarDate> day,
+                                    std::optional<std::string> gapTime) {
+  guardWrite();
+  const std::string taskRef = requireTask(task).recordName;
+  UserTaskScheduleRecord schedule{.recordName =
+                                      RecordNames::userTaskSchedule(cache_.currentUserRef(), taskRef),
+                                  .userRef = cache_.currentUserRef(),
+                                  .taskRef = taskRef,
+                                  .date = day ? std::optional(day->noonUTC()) : std::nullopt,
+                                  .gapTime = std::move(gapTime)};
+  if (!schedule.isAllDefaults()) {
+    saveRecord(schedule);
+  } else if (cache_.userTaskSchedules().contains(schedule.recordName)) {
+    deleteRecord(CKRecordTypes::userTaskSchedule, schedule.recordName);
+  }
+}
+
+void CloudKitStore::deleteTask(std::string_view task) {
+  guardWrite();
+  const std::string name = requireTask(task).recordName;
+  std::vector<std::string> tasks{name};
+  if (const auto children = cache_.tasksByParent().find(name); children != cache_.tasksByParent().end()) {
+    tasks.insert(tasks.end(), children->second.begin(), children->second.end());
+  }
+  std::vector<std::string> schedules;
+  for (const auto& each : tasks) {
+    if (const auto schedule = cache_.myTaskSchedules().find(each);
+        schedule != cache_.myTaskSchedules().end()) {
+      schedules.push_back(schedule->second.recordName);
+    }
+  }
+  for (const auto& schedule : schedules) {
+    deleteRecord(CKRecordTypes::userTaskSchedule, schedule);
+  }
+  // Subtasks first, so no moment shows a subtask whose parent is gone.
+  for (auto each = tasks.rbegin(); each != tasks.rend(); ++each) {
+    deleteRecord(CKRecordTypes::task, *each);
+  }
+}
+
+} // namespace vantrel

@@ -1,0 +1,137 @@
+#include "VantrelCore/Store/CloudKitStoreError.hpp"
+#include "VantrelCore/Sync/CKRecordTypes.hpp"
+#include "tests/Support/StoreDevice.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
+
+#include <functional>
+#include <gtest/gtest.h>
+
+namespace vantrel {
+namespace {
+
+using testing::InMemoryCloudDatabase;
+using testing::StoreDevice;
+
+class EntityMutationTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    phone_.start();
+    laptop_.start();
+  }
+  CloudKitStore& store() { return phone_.store(); }
+  const CloudKitCache& cache() { return phone_.store().cache(); }
+
+  testing::TemporaryFolder folder_;
+  FixedClock clock_{Date{800'000'000}};
+  InMemoryCloudDatabase server_{clock_};
+  StoreDevice phone_{folder_.path() / "phone", server_, clock_};
+  StoreDevice laptop_{folder_.path() / "laptop", server_, clock_};
+};
+
+TEST_F(EntityMutationTest, EveryMutationReachesTheOtherDevice) {
+  const auto home = store().addArea("  Home  ", "blue", "house");
+  EXPECT_EQ(home, "home");
+  EXPECT_EQ(store().addArea("Home", "red", "star"), "home-2");
+  store().setAreaName("home-2", "");
+  store().setAreaColor("home-2", "green");
+  store().setAreaHidden("home-2", true);
+  const auto task = store().addTaskToArea(home, " Water the plants\n");
+  const auto subtask = store().addSubtask(task, "the ferns");
+  store().setTaskTitle(task, "Water every plant");
+  store().setTaskDone(subtask, true);
+  store().setTaskDueDate(task, Date{800'100'000});
+  store().setTaskSchedule(task, CalendarDate{2026, 3, 7}, "09:00");
+  phone_.send();
+  laptop_.fetch();
+
+  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  EXPECT_EQ(cache().areas().at("home-2").name, "Untitled");
+  EXPECT_EQ(cache().tasks().at(task).title, "Water every plant");
+  EXPECT_EQ(cache().tasks().at(subtask).parentTaskRef, task);
+  EXPECT_EQ(cache().myTaskIDsByDay().at("2026-03-07"), RecordNameSet{task});
+  EXPECT_EQ(cache().myTaskSchedules().at(task).gapTime, "09:00");
+}
+
+TEST_F(EntityMutationTest, NewItemsGoAfterTheLastOrBeforeTheFirst) {
+  const auto area = store().addArea("Errands", "", "");
+  const auto first = store().addTaskToArea(area, "first");
+  const auto second = store().addTaskToArea(area, "second");
+  const auto top = store().addTaskToArea(area, "top", true);
+  const auto index = [&](const std::string& name) { return cache().tasks().at(name).sortIndex; };
+  EXPECT_EQ(std::vector({index(top), index(first), index(second)}),
+            std::vector<std::int64_t>({0, 1000, 2000}));
+  EXPECT_EQ(cache().areas().at(area).sortIndex, 1000);
+  EXPECT_EQ(cache().areas().at(store().addArea("Work", "", "")).sortIndex, 2000);
+}
+
+// Whatever the reason a mutation is refused, nothing changes: no record, no pending change, no version.
+TEST_F(EntityMutationTest, ARefusedMutationChangesNothing) {
+  const auto area = store().addArea("Errands", "", "");
+  const auto task = store().addTaskToArea(area, "Buy milk");
+  phone_.settle();
+  const struct {
+    const char* name;
+    std::function<void()> mutate;
+    std::string error;
+  } cases[] = {
+      {"missing task", [&] { store().setTaskDone("t-none", true); },
+       "CloudKit record not found: Task/t-none"},
+      {"missing area", [&] { store().addTaskToArea("nowhere", "x"); },
+       "CloudKit record not found: Area/nowhere"},
+      {"missing project", [&] { store().addTaskToProject("p-none", "x"); },
+       "CloudKit record not found: Project/p-none"},
+      {"area not empty", [&] { store().deleteArea(area); },
+       "area errands not empty (projects: 0, area tasks: 1)"},
+      {"bridge open",
+       [&] {
+         store().setLocalBridgeFreeze(true);
+         try {
+           store().deleteTask(task);
+         } catch (...) {
+           store().setLocalBridgeFreeze(false);
+           throw;
+         }
+       },
+       "App is read-only while the YAML bridge is open"},
+  };
+  for (const auto& [name, mutate, error] : cases) {
+    SCOPED_TRACE(name);
+    const auto snapshot = cache().snapshot();
+    const auto pending = store().syncEngine()->state().pendingRecordZoneChanges();
+    const auto version = store().dataVersion();
+    try {
+      mutate();
+      ADD_FAILURE() << "not refused";
+    } catch (const CloudKitStoreError& refused) {
+      EXPECT_EQ(refused.what(), error);
+    }
+    EXPECT_EQ(cache().snapshot(), snapshot);
+    EXPECT_EQ(store().syncEngine()->state().pendingRecordZoneChanges(), pending);
+    EXPECT_EQ(store().dataVersion(), version);
+  }
+}
+
+TEST_F(EntityMutationTest, DeletesLeaveNothingBehindThatNothingCanReach) {
+  const auto area = store().addArea("Errands", "", "");
+  const auto task = store().addTaskToArea(area, "Party");
+  const auto subtask = store().addSubtask(task, "balloons");
+  store().setTaskSchedule(task, CalendarDate{2026, 3, 7}, std::nullopt);
+  store().setTaskSchedule(subtask, CalendarDate{2026, 3, 8}, "10:00");
+  phone_.send();
+  laptop_.fetch();
+
+  store().setTaskSchedule(task, std::nullopt, std::nullopt);
+  EXPECT_FALSE(cache().myTaskSchedules().contains(task)) << "an empty schedule is deleted, not saved";
+  store().deleteTask(task);
+  EXPECT_TRUE(cache().tasks().empty());
+  EXPECT_TRUE(cache().userTaskSchedules().empty());
+  store().deleteArea(area);
+  EXPECT_TRUE(cache().areas().empty());
+  phone_.send();
+  laptop_.fetch();
+  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  EXPECT_EQ(cache().recordCount(), 1u) << "only the schema record is left";
+}
+
+} // namespace
+} // namespace vantrel
