@@ -45,6 +45,23 @@ const AreaRecord& CloudKitStore::requireArea(std::string_view area) const {
   return found->second;
 }
 
+const ProjectRecord& CloudKitStore::requireProject(std::string_view project) const {
+  const auto found = cache_.projects().find(std::string(project));
+  if (found == cache_.projects().end()) {
+    throw CloudKitStoreError::recordNotFound(CKRecordTypes::project, project);
+  }
+  return found->second;
+}
+
+const UserProjectPlacementRecord& CloudKitStore::requireMyPlacement(std::string_view project) const {
+  const std::string name = RecordNames::userProjectPlacement(cache_.currentUserRef(), project);
+  const auto found = cache_.userProjectPlacements().find(name);
+  if (found == cache_.userProjectPlacements().end()) {
+    throw CloudKitStoreError::recordNotFound(CKRecordTypes::userProjectPlacement, name);
+  }
+  return found->second;
+}
+
 std::string CloudKitStore::addArea(std::string_view name, std::string color, std::string icon) {
   guardWrite();
   AreaRecord area{
@@ -216,6 +233,129 @@ void CloudKitStore::deleteTask(std::string_view task) {
   for (auto each = tasks.rbegin(); each != tasks.rend(); ++each) {
     deleteRecord(CKRecordTypes::task, *each);
   }
+}
+
+std::string CloudKitStore::addProject(std::string_view name, std::string_view area,
+                                      std::optional<std::string> purpose) {
+  guardWrite();
+  const std::string areaRef = requireArea(area).recordName;
+  const ProjectRecord project{.recordName = newRecordName(RecordNames::projectPrefix),
+                              .name = std::string(trimmingWhiteSpaceAndNewlines(name)),
+                              .purpose = std::move(purpose)};
+  // An area's projects and this user's headers in it share one order.
+  std::vector<std::int64_t> siblings;
+  if (const auto placed = cache_.projectsInArea().find(areaRef); placed != cache_.projectsInArea().end()) {
+    for (const auto& placedProject : placed->second) {
+      siblings.push_back(requireMyPlacement(placedProject).sortIndex);
+    }
+  }
+  for (const auto& [header, section] : cache_.areaSections()) {
+    if (section.areaRef == areaRef && section.userRef == cache_.currentUserRef()) {
+      siblings.push_back(section.sortIndex);
+    }
+  }
+  const UserProjectPlacementRecord placement{
+      .recordName = RecordNames::userProjectPlacement(cache_.currentUserRef(), project.recordName),
+      .userRef = cache_.currentUserRef(),
+      .projectRef = project.recordName,
+      .areaRef = areaRef,
+      .sortIndex = SortIndex::appended(siblings)};
+  saveRecord(project);
+  saveRecord(placement);
+  return project.recordName;
+}
+
+void CloudKitStore::setProjectName(std::string_view project, std::string_view name) {
+  guardWrite();
+  ProjectRecord changed = requireProject(project);
+  changed.name = trimmingWhiteSpaceAndNewlines(name);
+  saveRecord(changed);
+}
+
+void CloudKitStore::setProjectPurpose(std::string_view project, std::optional<std::string> purpose) {
+  guardWrite();
+  ProjectRecord changed = requireProject(project);
+  changed.purpose = std::move(purpose);
+  saveRecord(changed);
+}
+
+void CloudKitStore::setProjectDueDate(std::string_view project, std::optional<Date> dueDate) {
+  guardWrite();
+  ProjectRecord changed = requireProject(project);
+  changed.dueDate = dueDate;
+  saveRecord(changed);
+}
+
+void CloudKitStore::setProjectPinned(std::string_view project, bool isPinned) {
+  guardWrite();
+  requireProject(project);
+  UserProjectPlacementRecord changed = requireMyPlacement(project);
+  changed.isPinned = isPinned;
+  saveRecord(changed);
+}
+
+void CloudKitStore::deleteProject(std::string_view project) {
+  guardWrite();
+  const std::string name = requireProject(project).recordName;
+  std::vector<std::pair<std::string_view, std::string>> doomed;
+  std::vector<std::string> tasks;
+  for (const auto& [task, record] : cache_.tasks()) {
+    if (record.homeRef == name) {
+      tasks.push_back(task);
+    }
+  }
+  for (const auto& task : tasks) {
+    if (const auto schedule = cache_.myTaskSchedules().find(task);
+        schedule != cache_.myTaskSchedules().end()) {
+      doomed.emplace_back(CKRecordTypes::userTaskSchedule, schedule->second.recordName);
+    }
+  }
+  for (const auto& [header, section] : cache_.projectSections()) {
+    if (section.projectRef == name) {
+      for (const auto& [state, folding] : cache_.userProjectSectionStates()) {
+        if (folding.sectionRef == header) {
+          doomed.emplace_back(CKRecordTypes::userProjectSectionState, state);
+        }
+      }
+      doomed.emplace_back(CKRecordTypes::projectSection, header);
+    }
+  }
+  for (const auto& task : tasks) {
+    doomed.emplace_back(CKRecordTypes::task, task);
+  }
+  for (const auto& [placement, record] : cache_.userProjectPlacements()) {
+    if (record.projectRef == name) {
+      doomed.emplace_back(CKRecordTypes::userProjectPlacement, placement);
+    }
+  }
+  doomed.emplace_back(CKRecordTypes::project, name);
+  for (const auto& [type, record] : doomed) {
+    deleteRecord(type, record);
+  }
+}
+
+std::string CloudKitStore::addInboxItem(std::string_view title, std::optional<std::string> notes,
+                                        Date capturedAt) {
+  guardWrite();
+  InboxItemRecord item{.recordName = newRecordName(RecordNames::inboxItemPrefix),
+                       .title = std::string(trimmingWhiteSpaceAndNewlines(title)),
+                       .capturedAt = capturedAt,
+                       .notes = std::move(notes)};
+  std::vector<std::int64_t> siblings;
+  for (const auto& [name, existing] : cache_.inbox()) {
+    siblings.push_back(existing.sortIndex);
+  }
+  item.sortIndex = SortIndex::appended(siblings);
+  saveRecord(item);
+  return item.recordName;
+}
+
+void CloudKitStore::deleteInboxItem(std::string_view item) {
+  guardWrite();
+  if (!cache_.inbox().contains(std::string(item))) {
+    throw CloudKitStoreError::recordNotFound(CKRecordTypes::inboxItem, item);
+  }
+  deleteRecord(CKRecordTypes::inboxItem, item);
 }
 
 } // namespace vantrel

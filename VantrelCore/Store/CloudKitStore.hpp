@@ -149,6 +149,21 @@ public:
   /// left nowhere) or a task lives in it; otherwise deletes the area with this user's headers in it.
   void deleteArea(std::string_view area);
 
+  /// A new active project, filed for this user after the last item of the area.
+  std::string addProject(std::string_view name, std::string_view area,
+                         std::optional<std::string> purpose = {});
+  void setProjectName(std::string_view project, std::string_view name);
+  void setProjectPurpose(std::string_view project, std::optional<std::string> purpose);
+  void setProjectDueDate(std::string_view project, std::optional<Date> dueDate);
+  /// Pins or unpins the project for this user (on the user's placement).
+  void setProjectPinned(std::string_view project, bool isPinned);
+  /// Deletes the project with everything that only it reaches: its tasks and headers, this user's
+  /// placement of it, schedules of its tasks and folding of its headers.
+  void deleteProject(std::string_view project);
+
+  std::string addInboxItem(std::string_view title, std::optional<std::string> notes, Date capturedAt);
+  void deleteInboxItem(std::string_view item);
+
   std::string addTaskToArea(std::string_view area, std::string_view title, bool insertAtTop = false);
   std::string addTaskToProject(std::string_view project, std::string_view title, bool insertAtTop = false);
   /// A subtask after the parent's last subtask, in the parent's home.
@@ -198,6 +213,8 @@ private:
 
   const TaskRecord& requireTask(std::string_view task) const;
   const AreaRecord& requireArea(std::string_view area) const;
+  const ProjectRecord& requireProject(std::string_view project) const;
+  const UserProjectPlacementRecord& requireMyPlacement(std::string_view project) const;
   std::string addTask(std::string homeRef, std::string_view title, bool insertAtTop);
   std::string newRecordName(std::string_view prefix);
 

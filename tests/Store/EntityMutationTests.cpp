@@ -41,6 +41,15 @@ TEST_F(EntityMutationTest, EveryMutationReachesTheOtherDevice) {
   store().setTaskDone(subtask, true);
   store().setTaskDueDate(task, Date{800'100'000});
   store().setTaskSchedule(task, CalendarDate{2026, 3, 7}, "09:00");
+  const auto project = store().addProject(" Garden ", home, "Grow tomatoes");
+  store().setProjectName(project, "Vegetable garden");
+  store().setProjectPurpose(project, std::nullopt);
+  store().setProjectDueDate(project, Date{800'200'000});
+  store().setProjectPinned(project, true);
+  store().addTaskToProject(project, "Dig");
+  const auto item = store().addInboxItem("Call Ann", "about Sunday", clock_.now());
+  store().addInboxItem("Buy seeds", std::nullopt, clock_.now());
+  store().deleteInboxItem(item);
   phone_.send();
   laptop_.fetch();
 
@@ -50,6 +59,9 @@ TEST_F(EntityMutationTest, EveryMutationReachesTheOtherDevice) {
   EXPECT_EQ(cache().tasks().at(subtask).parentTaskRef, task);
   EXPECT_EQ(cache().myTaskIDsByDay().at("2026-03-07"), RecordNameSet{task});
   EXPECT_EQ(cache().myTaskSchedules().at(task).gapTime, "09:00");
+  EXPECT_EQ(cache().projectsInArea().at(home), RecordNameSet{project});
+  EXPECT_EQ(cache().projects().at(project).name, "Vegetable garden");
+  EXPECT_EQ(cache().inbox().size(), 1u);
 }
 
 TEST_F(EntityMutationTest, NewItemsGoAfterTheLastOrBeforeTheFirst) {
@@ -124,6 +136,15 @@ TEST_F(EntityMutationTest, DeletesLeaveNothingBehindThatNothingCanReach) {
   EXPECT_FALSE(cache().myTaskSchedules().contains(task)) << "an empty schedule is deleted, not saved";
   store().deleteTask(task);
   EXPECT_TRUE(cache().tasks().empty());
+  EXPECT_TRUE(cache().userTaskSchedules().empty());
+  const auto project = store().addProject("Garden", area);
+  const auto dig = store().addTaskToProject(project, "Dig");
+  store().addSubtask(dig, "find the spade");
+  store().setTaskSchedule(dig, CalendarDate{2026, 3, 9}, std::nullopt);
+  EXPECT_THROW(store().deleteArea(area), CloudKitStoreError);
+  store().deleteProject(project);
+  EXPECT_TRUE(cache().tasks().empty());
+  EXPECT_TRUE(cache().userProjectPlacements().empty());
   EXPECT_TRUE(cache().userTaskSchedules().empty());
   store().deleteArea(area);
   EXPECT_TRUE(cache().areas().empty());
