@@ -127,17 +127,7 @@ std::string CloudKitStore::addTask(std::string homeRef, std::string_view title, 
                   .homeRef = std::move(homeRef),
                   .title = std::string(trimmingWhiteSpaceAndNewlines(title))};
   // A project's tasks share one order with its headers; an area's tasks have their own.
-  std::vector<std::int64_t> siblings;
-  if (const auto home = cache_.tasksByHome().find(task.homeRef); home != cache_.tasksByHome().end()) {
-    siblings = sortIndexes(cache_.tasks(), home->second);
-  }
-  if (!task.homeIsArea()) {
-    for (const auto& [header, section] : cache_.projectSections()) {
-      if (section.projectRef == task.homeRef) {
-        siblings.push_back(section.sortIndex);
-      }
-    }
-  }
+  const auto siblings = homeItemIndexes(task.homeRef);
   task.sortIndex = insertAtTop ? SortIndex::atTop(siblings) : SortIndex::appended(siblings);
   saveRecord(task);
   return task.recordName;
@@ -243,17 +233,7 @@ std::string CloudKitStore::addProject(std::string_view name, std::string_view ar
                               .name = std::string(trimmingWhiteSpaceAndNewlines(name)),
                               .purpose = std::move(purpose)};
   // An area's projects and this user's headers in it share one order.
-  std::vector<std::int64_t> siblings;
-  if (const auto placed = cache_.projectsInArea().find(areaRef); placed != cache_.projectsInArea().end()) {
-    for (const auto& placedProject : placed->second) {
-      siblings.push_back(requireMyPlacement(placedProject).sortIndex);
-    }
-  }
-  for (const auto& [header, section] : cache_.areaSections()) {
-    if (section.areaRef == areaRef && section.userRef == cache_.currentUserRef()) {
-      siblings.push_back(section.sortIndex);
-    }
-  }
+  const auto siblings = areaItemIndexes(areaRef);
   const UserProjectPlacementRecord placement{
       .recordName = RecordNames::userProjectPlacement(cache_.currentUserRef(), project.recordName),
       .userRef = cache_.currentUserRef(),

@@ -1,6 +1,8 @@
 #pragma once
 
+#include "VantrelCore/Model/AreaItemKey.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Model/ProjectItemKey.hpp"
 #include "VantrelCore/Platform/Clock.hpp"
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
@@ -10,6 +12,7 @@
 #include "VantrelCore/Store/CloudKitCache.hpp"
 #include "VantrelCore/Store/CloudKitPersistence.hpp"
 #include "VantrelCore/Store/CloudKitZoneDeleteReason.hpp"
+#include "VantrelCore/Store/GapTasksOnDelete.hpp"
 #include "VantrelCore/Store/SharedRecordStore.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
 #include "VantrelCore/Store/UIError.hpp"
@@ -24,8 +27,11 @@
 #include <memory>
 #include <optional>
 #include <set>
+#include <span>
 #include <string>
 #include <string_view>
+#include <utility>
+#include <vector>
 
 namespace vantrel {
 
@@ -161,6 +167,35 @@ public:
   /// placement of it, schedules of its tasks and folding of its headers.
   void deleteProject(std::string_view project);
 
+  /// A header in a project, at the top of its items or after the last.
+  std::string addHeaderToProject(std::string_view project, std::string_view title, bool insertAtTop = false);
+  /// This user's header in an area, at the top of the area's items or after the last.
+  std::string addHeaderToArea(std::string_view area, std::string_view title, bool insertAtTop = false);
+  /// Renames a header of either kind.
+  void setHeaderTitle(std::string_view header, std::string_view title);
+  /// Deletes a header of either kind; a project header's tasks stay in the project.
+  void deleteHeader(std::string_view header);
+
+  /// A gap on the day after its last one; the day's record is made the first time it is needed.
+  std::string addGap(const CalendarDate& day, std::string time, std::optional<std::string> label,
+                     bool reminder);
+  /// Changes what is given; tasks planned into the gap move with a new start time.
+  void updateGap(std::string_view gap, std::optional<std::string> time,
+                 std::optional<std::optional<std::string>> label, std::optional<bool> reminder);
+  /// Deletes the gap; the tasks planned into it stay on the day, or return to anyday.
+  void deleteGap(std::string_view gap, GapTasksOnDelete tasks = GapTasksOnDelete::keepOnDay);
+  /// Copies gaps (time, label, reminder) onto other days; answers the new gaps' names in order.
+  std::vector<std::string> copyGaps(std::span<const std::pair<CalendarDate, GapRecord>> copies);
+
+  /// Moves a task, with its subtasks, to another project or area, after the last item there. A subtask
+  /// moved on its own becomes a task of the new home.
+  void moveTask(std::string_view task, std::string_view home);
+  /// Gives the listed items of the project (tasks and headers) fresh sort indexes in the listed order.
+  void reorderProject(std::string_view project, std::span<const ProjectItemKey> newOrder);
+  /// Gives the listed items of the area (this user's placements and headers) fresh indexes in order.
+  void reorderAreaProjects(std::string_view area, std::span<const AreaItemKey> newOrder);
+  void reorderAreaTasks(std::string_view area, std::span<const std::string> taskOrder);
+
   std::string addInboxItem(std::string_view title, std::optional<std::string> notes, Date capturedAt);
   void deleteInboxItem(std::string_view item);
 
@@ -215,6 +250,13 @@ private:
   const AreaRecord& requireArea(std::string_view area) const;
   const ProjectRecord& requireProject(std::string_view project) const;
   const UserProjectPlacementRecord& requireMyPlacement(std::string_view project) const;
+  const GapRecord& requireGap(std::string_view gap) const;
+  /// Sort indexes of the items a home shows among its tasks: its top-level tasks, and a project's headers.
+  std::vector<std::int64_t> homeItemIndexes(const std::string& project) const;
+  /// Sort indexes of an area's list: this user's placements and headers in it.
+  std::vector<std::int64_t> areaItemIndexes(const std::string& area) const;
+  /// The user's schedules planned into the gap.
+  std::vector<UserTaskScheduleRecord> schedulesInGap(const GapRecord& gap) const;
   std::string addTask(std::string homeRef, std::string_view title, bool insertAtTop);
   std::string newRecordName(std::string_view prefix);
 

@@ -1,8 +1,10 @@
+#include "VantrelCore/Model/RecordNames.hpp"
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 #include "tests/Support/StoreDevice.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
+#include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
 
@@ -152,6 +154,97 @@ TEST_F(EntityMutationTest, DeletesLeaveNothingBehindThatNothingCanReach) {
   laptop_.fetch();
   EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
   EXPECT_EQ(cache().recordCount(), 1u) << "only the schema record is left";
+}
+
+TEST_F(EntityMutationTest, ReordersProduceTheRequestedOrderAndMovesTakeSubtasksAlong) {
+  const auto area = store().addArea("Home", "", "");
+  const auto project = store().addProject("Garden", area);
+  const auto other = store().addProject("Kitchen", area);
+  const auto dig = store().addTaskToProject(project, "Dig");
+  const auto sow = store().addTaskToProject(project, "Sow");
+  const auto header = store().addHeaderToProject(project, "Later");
+  const auto areaHeader = store().addHeaderToArea(area, "Someday", true);
+  const auto ordered = [&](std::vector<std::pair<std::string, std::int64_t>> items) {
+    std::ranges::sort(items, {}, &std::pair<std::string, std::int64_t>::second);
+    std::vector<std::string> names;
+    for (const auto& [name, index] : items) {
+      names.push_back(name);
+    }
+    return names;
+  };
+
+  const ProjectItemKey projectOrder[] = {ProjectItemKey::section(header), ProjectItemKey::task(sow),
+                                         ProjectItemKey::task(dig)};
+  store().reorderProject(project, projectOrder);
+  EXPECT_EQ(ordered({{dig, cache().tasks().at(dig).sortIndex},
+                     {sow, cache().tasks().at(sow).sortIndex},
+                     {header, cache().projectSections().at(header).sortIndex}}),
+            (std::vector<std::string>{header, sow, dig}));
+
+  const auto placement = [&](const std::string& name) {
+    return cache().userProjectPlacements().at(
+        RecordNames::userProjectPlacement(cache().currentUserRef(), name));
+  };
+  EXPECT_LT(cache().areaSections().at(areaHeader).sortIndex, placement(project).sortIndex)
+      << "inserted at the top";
+  const AreaItemKey areaOrder[] = {AreaItemKey::project(other), AreaItemKey::section(areaHeader),
+                                   AreaItemKey::project(project)};
+  store().reorderAreaProjects(area, areaOrder);
+  EXPECT_EQ(ordered({{project, placement(project).sortIndex},
+                     {other, placement(other).sortIndex},
+                     {areaHeader, cache().areaSections().at(areaHeader).sortIndex}}),
+            (std::vector<std::string>{other, areaHeader, project}));
+
+  const ProjectItemKey foreign[] = {ProjectItemKey::task(dig)};
+  EXPECT_THROW(store().reorderProject(other, foreign), CloudKitStoreError);
+
+  const auto seed = store().addSubtask(dig, "seed");
+  store().moveTask(dig, area);
+  EXPECT_EQ(cache().tasks().at(dig).homeRef, area);
+  EXPECT_EQ(cache().tasks().at(seed).homeRef, area);
+  const auto water = store().addTaskToArea(area, "Water");
+  const std::string taskOrder[] = {water, dig};
+  store().reorderAreaTasks(area, taskOrder);
+  EXPECT_LT(cache().tasks().at(water).sortIndex, cache().tasks().at(dig).sortIndex);
+  store().deleteHeader(header);
+  store().setHeaderTitle(areaHeader, "One day");
+  EXPECT_FALSE(cache().projectSections().contains(header));
+  EXPECT_EQ(cache().areaSections().at(areaHeader).title, "One day");
+}
+
+// Tasks planned into a gap follow it: a new start time moves them, a deletion keeps them on the day or
+// returns them to anyday.
+TEST_F(EntityMutationTest, GapsCarryTheTasksPlannedIntoThem) {
+  const auto area = store().addArea("Home", "", "");
+  const auto first = store().addTaskToArea(area, "first");
+  const auto second = store().addTaskToArea(area, "second");
+  const CalendarDate day{2026, 3, 7};
+  const auto morning = store().addGap(day, "09:00", "Morning", true);
+  const auto evening = store().addGap(day, "18:00", std::nullopt, false);
+  EXPECT_EQ(cache().days().size(), 1u) << "the day record is made once";
+  store().setTaskSchedule(first, day, "09:00");
+  store().setTaskSchedule(second, day, "18:00");
+
+  store().updateGap(morning, "10:00", std::nullopt, std::nullopt);
+  EXPECT_EQ(cache().myTaskSchedules().at(first).gapTime, "10:00");
+  EXPECT_EQ(cache().gaps().at(morning).label, "Morning");
+
+  store().deleteGap(morning, GapTasksOnDelete::keepOnDay);
+  EXPECT_EQ(cache().myTaskSchedules().at(first).gapTime, std::nullopt);
+  EXPECT_EQ(cache().myTaskSchedules().at(first).date, day.noonUTC());
+  store().deleteGap(evening, GapTasksOnDelete::returnToAnyday);
+  EXPECT_FALSE(cache().myTaskSchedules().contains(second));
+
+  const std::pair<CalendarDate, GapRecord> copies[] = {
+      {CalendarDate{2026, 3, 8}, GapRecord{.time = "07:30"}},
+      {CalendarDate{2026, 3, 9}, GapRecord{.time = "07:30"}}};
+  const auto copied = store().copyGaps(copies);
+  ASSERT_EQ(copied.size(), 2u);
+  EXPECT_EQ(cache().gaps().at(copied[1]).dayRef, "2026-03-09");
+  EXPECT_EQ(cache().days().size(), 3u);
+  phone_.send();
+  laptop_.fetch();
+  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
 }
 
 } // namespace
