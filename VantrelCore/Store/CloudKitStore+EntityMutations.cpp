@@ -188,41 +188,8 @@ void CloudKitStore::setTaskDueDate(std::string_view task, std::optional<Date> du
 void CloudKitStore::setTaskSchedule(std::string_view task, std::optional<CalendarDate> day,
                                     std::optional<std::string> gapTime) {
   guardWrite();
-  const std::string taskRef = requireTask(task).recordName;
-  UserTaskScheduleRecord schedule{.recordName =
-                                      RecordNames::userTaskSchedule(cache_.currentUserRef(), taskRef),
-                                  .userRef = cache_.currentUserRef(),
-                                  .taskRef = taskRef,
-                                  .date = day ? std::optional(day->noonUTC()) : std::nullopt,
-                                  .gapTime = std::move(gapTime)};
-  if (!schedule.isAllDefaults()) {
-    saveRecord(schedule);
-  } else if (cache_.userTaskSchedules().contains(schedule.recordName)) {
-    deleteRecord(CKRecordTypes::userTaskSchedule, schedule.recordName);
-  }
-}
-
-void CloudKitStore::deleteTask(std::string_view task) {
-  guardWrite();
-  const std::string name = requireTask(task).recordName;
-  std::vector<std::string> tasks{name};
-  if (const auto children = cache_.tasksByParent().find(name); children != cache_.tasksByParent().end()) {
-    tasks.insert(tasks.end(), children->second.begin(), children->second.end());
-  }
-  std::vector<std::string> schedules;
-  for (const auto& each : tasks) {
-    if (const auto schedule = cache_.myTaskSchedules().find(each);
-        schedule != cache_.myTaskSchedules().end()) {
-      schedules.push_back(schedule->second.recordName);
-    }
-  }
-  for (const auto& schedule : schedules) {
-    deleteRecord(CKRecordTypes::userTaskSchedule, schedule);
-  }
-  // Subtasks first, so no moment shows a subtask whose parent is gone.
-  for (auto each = tasks.rbegin(); each != tasks.rend(); ++each) {
-    deleteRecord(CKRecordTypes::task, *each);
-  }
+  writeSchedule(requireTask(task).recordName, day ? std::optional(day->noonUTC()) : std::nullopt,
+                std::move(gapTime));
 }
 
 std::string CloudKitStore::addProject(std::string_view name, std::string_view area,

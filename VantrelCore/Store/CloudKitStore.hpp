@@ -16,6 +16,7 @@
 #include "VantrelCore/Store/SharedRecordStore.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
 #include "VantrelCore/Store/UIError.hpp"
+#include "VantrelCore/Store/UndoableAction.hpp"
 #include "VantrelCore/Store/WriteOutcome.hpp"
 #include "VantrelCore/Sync/CloudDatabase.hpp"
 #include "VantrelCore/Sync/CloudKitDomainRecord.hpp"
@@ -209,8 +210,27 @@ public:
   /// Plans the task for this user; with neither a day nor a gap time the schedule record is deleted.
   void setTaskSchedule(std::string_view task, std::optional<CalendarDate> day,
                        std::optional<std::string> gapTime);
-  /// Deletes the task with its subtasks and this user's schedules of them all.
+  /// Deletes the task with its subtasks and this user's schedules of them all; undoable.
   void deleteTask(std::string_view task);
+  /// Deletes the tasks (a subtask whose parent is listed too goes with the parent); undoable as one.
+  void deleteTasks(std::span<const std::string> tasks);
+
+  struct TaskSchedule {
+    std::string taskID;
+    std::optional<CalendarDate> day;
+    std::optional<std::string> gapTime;
+  };
+  /// Plans many tasks at once; undoable as one move.
+  void setTaskSchedules(std::span<const TaskSchedule> schedules);
+  /// Plans every listed task for the same day and gap; undoable as one move.
+  void setTaskSchedules(std::span<const std::string> tasks, std::optional<CalendarDate> day,
+                        std::optional<std::string> gapTime);
+
+  /// What undoLast() would take back. Deleting tasks and moving them with setTaskSchedules record it;
+  /// a later such operation replaces it, other mutations leave it, and it does not expire.
+  const std::optional<UndoableAction>& lastUndoable() const { return lastUndoable_; }
+  /// Takes back lastUndoable() through the ordinary write path, then forgets it.
+  void undoLast();
 
 private:
   friend class CloudKitSyncDelegate;
@@ -257,6 +277,9 @@ private:
   std::vector<std::int64_t> areaItemIndexes(const std::string& area) const;
   /// The user's schedules planned into the gap.
   std::vector<UserTaskScheduleRecord> schedulesInGap(const GapRecord& gap) const;
+  std::optional<UserTaskScheduleRecord> mySchedule(const std::string& task) const;
+  /// Writes the user's schedule of the task as given: saved, or deleted when it plans nothing.
+  void writeSchedule(const std::string& task, std::optional<Date> date, std::optional<std::string> gapTime);
   std::string addTask(std::string homeRef, std::string_view title, bool insertAtTop);
   std::string newRecordName(std::string_view prefix);
 
@@ -294,6 +317,7 @@ private:
   bool watching_ = false;
   /// The polling job; jobs on the loop hold it weakly, so it ends with the store.
   std::shared_ptr<std::function<void()>> watchPoll_;
+  std::optional<UndoableAction> lastUndoable_;
   RandomUUIDGenerator randomUUIDs_;
 };
 

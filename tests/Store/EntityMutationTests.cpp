@@ -247,5 +247,50 @@ TEST_F(EntityMutationTest, GapsCarryTheTasksPlannedIntoThem) {
   EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
 }
 
+TEST(UndoableAction, MenuTitlesCountTheTasks) {
+  const auto deleting = [](std::size_t count) {
+    return UndoableAction{UndoableAction::DeleteTasks{std::vector<DeletedTaskSnapshot>(count)}}.menuTitle();
+  };
+  const auto moving = [](std::size_t count) {
+    return UndoableAction{UndoableAction::Schedule{std::vector<ScheduleMove>(count)}}.menuTitle();
+  };
+  EXPECT_EQ(deleting(1), "Undo Delete Task");
+  EXPECT_EQ(deleting(3), "Undo Delete of 3 Tasks");
+  EXPECT_EQ(deleting(0), "Undo Delete of 0 Tasks");
+  EXPECT_EQ(moving(1), "Undo Move");
+  EXPECT_EQ(moving(2), "Undo Move of 2 Tasks");
+}
+
+TEST_F(EntityMutationTest, UndoBringsDeletedTasksBackUnderTheirNamesAndMovedTasksBackIntoTheirGap) {
+  const auto area = store().addArea("Home", "", "");
+  const auto party = store().addTaskToArea(area, "Party");
+  const auto balloons = store().addSubtask(party, "balloons");
+  const auto cake = store().addSubtask(party, "cake");
+  store().setTaskSchedule(party, CalendarDate{2026, 3, 7}, "18:00");
+  store().setTaskSchedule(cake, CalendarDate{2026, 3, 6}, std::nullopt);
+  const auto before = cache().snapshot();
+
+  store().deleteTask(party);
+  ASSERT_TRUE(store().lastUndoable());
+  EXPECT_EQ(store().lastUndoable()->menuTitle(), "Undo Delete Task");
+  EXPECT_TRUE(cache().tasks().empty());
+  store().undoLast();
+  EXPECT_EQ(cache().snapshot(), before);
+  EXPECT_FALSE(store().lastUndoable());
+  phone_.send();
+  laptop_.fetch();
+  EXPECT_EQ(laptop_.store().cache().snapshot(), before) << "the restored records went up again";
+
+  const std::string moved[] = {party, balloons};
+  store().setTaskSchedules(moved, CalendarDate{2026, 3, 9}, std::nullopt);
+  EXPECT_EQ(store().lastUndoable()->menuTitle(), "Undo Move of 2 Tasks");
+  store().undoLast();
+  EXPECT_EQ(cache().myTaskSchedules().at(party).gapTime, "18:00");
+  EXPECT_EQ(cache().myTaskSchedules().at(party).date, CalendarDate(2026, 3, 7).noonUTC());
+  EXPECT_FALSE(cache().myTaskSchedules().contains(balloons)) << "it had no schedule before the move";
+  store().undoLast();
+  EXPECT_EQ(cache().snapshot(), before) << "nothing left to undo";
+}
+
 } // namespace
 } // namespace vantrel
