@@ -164,6 +164,12 @@ public:
   void setProjectDueDate(std::string_view project, std::optional<Date> dueDate);
   /// Pins or unpins the project for this user (on the user's placement).
   void setProjectPinned(std::string_view project, bool isPinned);
+  /// "active" or "archived"; another text throws std::invalid_argument.
+  void setProjectStatus(std::string_view project, std::string_view status);
+  /// The project's place in the user's area list.
+  void setProjectSortIndex(std::string_view project, std::int64_t sortIndex);
+  /// A new project placed directly after one of this user's area headers.
+  std::string addProjectBelowHeader(std::string_view areaHeader, std::string_view name);
   /// Deletes the project with everything that only it reaches: its tasks and headers, this user's
   /// placement of it, schedules of its tasks and folding of its headers.
   void deleteProject(std::string_view project);
@@ -202,6 +208,15 @@ public:
 
   std::string addTaskToArea(std::string_view area, std::string_view title, bool insertAtTop = false);
   std::string addTaskToProject(std::string_view project, std::string_view title, bool insertAtTop = false);
+  /// A new task directly after the reference (a subtask after a subtask, under the same parent). It takes
+  /// the index halfway to the next item; when the two are adjacent the list is renumbered first.
+  std::string addTaskBelow(std::string_view referenceTask, std::string_view title);
+  /// A new task directly after a project header, by the same rule.
+  std::string addTaskBelowHeader(std::string_view header, std::string_view title);
+  /// Turns an inbox item into a task of the project (or, without one, of the area) and deletes the item.
+  /// With `alsoAppendNote` the triage note goes at the end of the project's purpose, on a line of its own.
+  std::string triageInboxItem(std::string_view item, std::string_view area,
+                              std::optional<std::string> project, bool alsoAppendNote);
   /// A subtask after the parent's last subtask, in the parent's home.
   std::string addSubtask(std::string_view parentTask, std::string_view title);
   void setTaskTitle(std::string_view task, std::string_view title);
@@ -278,6 +293,14 @@ private:
   /// The user's schedules planned into the gap.
   std::vector<UserTaskScheduleRecord> schedulesInGap(const GapRecord& gap) const;
   std::optional<UserTaskScheduleRecord> mySchedule(const std::string& task) const;
+  /// The index halfway between `reference` and the next larger sibling (one step past when there is
+  /// none); nothing when the two are adjacent.
+  static std::optional<std::int64_t> indexAfter(std::int64_t reference,
+                                                std::span<const std::int64_t> siblings);
+  /// Fresh, evenly spaced indexes for a home's items (or a parent's subtasks), in their present order.
+  void renumberHome(const std::string& home);
+  void renumberSubtasks(const std::string& parent);
+  void renumberArea(const std::string& area);
   /// Writes the user's schedule of the task as given: saved, or deleted when it plans nothing.
   void writeSchedule(const std::string& task, std::optional<Date> date, std::optional<std::string> gapTime);
   std::string addTask(std::string homeRef, std::string_view title, bool insertAtTop);

@@ -1,4 +1,5 @@
 #include "VantrelCore/Model/RecordNames.hpp"
+#include "VantrelCore/Model/TimeFormat.hpp"
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 #include "tests/Support/StoreDevice.hpp"
@@ -290,6 +291,62 @@ TEST_F(EntityMutationTest, UndoBringsDeletedTasksBackUnderTheirNamesAndMovedTask
   EXPECT_FALSE(cache().myTaskSchedules().contains(balloons)) << "it had no schedule before the move";
   store().undoLast();
   EXPECT_EQ(cache().snapshot(), before) << "nothing left to undo";
+}
+
+// Inserting directly after an item halves the room to the next one, until the list is renumbered; the
+// order stays what the user asked for throughout.
+TEST_F(EntityMutationTest, ItemsAddedBelowAnotherLandRightAfterIt) {
+  const auto area = store().addArea("Home", "", "");
+  const auto project = store().addProject("Garden", area);
+  const auto first = store().addTaskToProject(project, "first");
+  const auto last = store().addTaskToProject(project, "last");
+  std::vector<std::string> expected{first};
+  for (int insertion = 0; insertion < 12; ++insertion) {
+    expected.insert(expected.begin() + 1, store().addTaskBelow(first, "below " + std::to_string(insertion)));
+  }
+  expected.push_back(last);
+  const auto header = store().addHeaderToProject(project, "Later");
+  expected.push_back(header);
+  const auto underHeader = store().addTaskBelowHeader(header, "under the header");
+  expected.push_back(underHeader);
+  std::vector<std::pair<std::int64_t, std::string>> actual;
+  for (const auto& [name, task] : cache().tasks()) {
+    actual.emplace_back(task.sortIndex, name);
+  }
+  actual.emplace_back(cache().projectSections().at(header).sortIndex, header);
+  std::ranges::sort(actual);
+  std::vector<std::string> names;
+  for (const auto& [index, name] : actual) {
+    names.push_back(name);
+  }
+  EXPECT_EQ(names, expected);
+
+  const auto areaHeader = store().addHeaderToArea(area, "Someday");
+  const auto later = store().addProjectBelowHeader(areaHeader, "Pond");
+  EXPECT_GT(cache()
+                .userProjectPlacements()
+                .at(RecordNames::userProjectPlacement(cache().currentUserRef(), later))
+                .sortIndex,
+            cache().areaSections().at(areaHeader).sortIndex);
+  store().setProjectStatus(later, "archived");
+  EXPECT_TRUE(cache().projects().at(later).isArchived());
+  EXPECT_THROW(store().setProjectStatus(later, "paused"), std::invalid_argument);
+}
+
+TEST_F(EntityMutationTest, TriageTurnsAnInboxItemIntoATaskAndCanNoteItInThePurpose) {
+  const auto area = store().addArea("Home", "", "");
+  const auto project = store().addProject("Garden", area, "Grow food");
+  const Date captured = CalendarDate{2026, 3, 7}.noonUTC();
+  const auto item = store().addInboxItem("Buy seeds", "tomatoes", captured);
+  const auto task = store().triageInboxItem(item, area, project, true);
+  EXPECT_EQ(cache().tasks().at(task).homeRef, project);
+  EXPECT_EQ(cache().tasks().at(task).title, "Buy seeds");
+  EXPECT_TRUE(cache().inbox().empty());
+  EXPECT_EQ(cache().projects().at(project).purpose,
+            "Grow food\n" + TimeFormat::inboxTriageNote("Buy seeds", "tomatoes", captured));
+  const auto loose = store().triageInboxItem(store().addInboxItem("Call Ann", std::nullopt, captured), area,
+                                             std::nullopt, true);
+  EXPECT_EQ(cache().tasks().at(loose).homeRef, area);
 }
 
 } // namespace
