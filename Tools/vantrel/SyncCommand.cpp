@@ -1,44 +1,18 @@
 #include "Tools/vantrel/SyncCommand.hpp"
 
-#include "Linux/PosixFileSystem.hpp"
-#include "Linux/SQLiteCloudDatabase.hpp"
+#include "Tools/vantrel/StoreSession.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
-#include "VantrelCore/Platform/ManualExecutor.hpp"
-#include "VantrelCore/Store/CloudKitStore.hpp"
 
-#include <filesystem>
 #include <iomanip>
 
 namespace vantrel::cli {
 
 void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
+  StoreSession session(environment);
+  session.finish(false);
+  CloudKitStore& store = session.store();
   const auto& cloudFile = environment.cloudDatabaseFile();
-  std::filesystem::create_directories(cloudFile.parent_path());
-  // A run of the command line is one turn of the owner's loop: what the store schedules runs before
-  // the command ends, in order, on this thread.
-  ManualExecutor owner;
-  ManualExecutor snapshotQueue;
-  CloudKitStore store(
-      CloudKitPersistence(CloudKitPersistence::Location::applicationSupport(environment.paths()),
-                          PosixFileSystem::shared()),
-      CloudKitStore::Environment{.clock = environment.clock(),
-                                 .owner = owner,
-                                 .snapshotQueue = snapshotQueue,
-                                 .openContainer =
-                                     [&](std::string_view) {
-                                       return std::make_unique<SQLiteCloudDatabase>(cloudFile,
-                                                                                    environment.clock());
-                                     },
-                                 .automaticallySync = false});
-  store.start();
-  store.runFirstLaunchFlow();
-  owner.drain();
-  store.syncEngine()->sendChanges();
-  store.syncNow();
-  owner.drain();
-  store.flushSnapshotSynchronously();
-  snapshotQueue.drain();
 
   const std::string account = store.container().fetchUserRecordID().recordName;
   const auto& lastFetch = store.lastFetch();

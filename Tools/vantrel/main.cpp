@@ -1,5 +1,6 @@
 #include "Tools/vantrel/AboutCommand.hpp"
 #include "Tools/vantrel/CommandEnvironment.hpp"
+#include "Tools/vantrel/PlannerCommands.hpp"
 #include "Tools/vantrel/SyncCommand.hpp"
 
 #include <CLI/CLI.hpp>
@@ -20,6 +21,7 @@ int main(int argc, char** argv) {
   auto* sync = app.add_subcommand(
       "sync", "Send what waits, fetch what other devices changed, and show what the profile holds");
   sync->callback([&] { runSyncCommand(CommandEnvironment::make(options), std::cout); });
+  addPlannerCommands(app, options);
 
   try {
     app.parse(argc, argv);

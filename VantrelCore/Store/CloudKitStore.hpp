@@ -246,6 +246,8 @@ public:
   const std::optional<UndoableAction>& lastUndoable() const { return lastUndoable_; }
   /// Takes back lastUndoable() through the ordinary write path, then forgets it.
   void undoLast();
+  /// Hands the store an action remembered from an earlier run of the program.
+  void setLastUndoable(std::optional<UndoableAction> action) { lastUndoable_ = std::move(action); }
 
 private:
   friend class CloudKitSyncDelegate;

@@ -4,6 +4,7 @@
 #include "VantrelCore/Store/ScheduleMove.hpp"
 
 #include <string>
+#include <string_view>
 #include <variant>
 #include <vector>
 
@@ -25,6 +26,11 @@ struct UndoableAction {
   /// "Undo Delete Task", "Undo Delete of 3 Tasks", "Undo Move", "Undo Move of 2 Tasks"; an empty list
   /// takes the plural form.
   std::string menuTitle() const;
+
+  /// Compact JSON, for a program that must remember the action between runs.
+  std::string encodeJSON() const;
+  /// Throws DecodingError naming where the text is not what encodeJSON() writes.
+  static UndoableAction decodeJSON(std::string_view text);
 
   friend bool operator==(const UndoableAction&, const UndoableAction&) = default;
 };

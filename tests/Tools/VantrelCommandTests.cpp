@@ -71,6 +71,34 @@ TEST(VantrelCommand, TwoProfilesOnOneCloudFileAreTwoDevicesOfOneAccount) {
                                       "Vantrel" / "cache-snapshot.json"));
 }
 
+TEST(VantrelCommand, APersonPlansOnOneProfileUndoesAndSeesItOnAnother) {
+  testing::TemporaryFolder folder;
+  const std::string cloud = " --cloud " + (folder.path() / "cloud.sqlite").string();
+  const auto phone = [&](const std::string& arguments) {
+    return vantrel("--profile " + (folder.path() / "phone").string() + cloud + " " + arguments);
+  };
+  const auto trimmed = [](const auto& run) { return run.output.substr(0, run.output.find('\n')); };
+
+  const auto area = phone("area add Home");
+  ASSERT_EQ(area.exitCode, 0) << area.output;
+  EXPECT_EQ(trimmed(area), "home");
+  const auto task = phone("--json task add 'Water the plants' --area home");
+  ASSERT_EQ(task.exitCode, 0) << task.output;
+  const std::string name(readJSONString(parseJSON(task.output)["recordName"]));
+  EXPECT_EQ(readJSONString(parseJSON(task.output)["record"]["title"]), "Water the plants");
+  EXPECT_EQ(phone("task schedule 2026-03-07 " + name + " --gap 09:00").exitCode, 0);
+
+  const auto refused = phone("area delete home");
+  EXPECT_EQ(refused.exitCode, 1);
+  EXPECT_EQ(refused.output, "vantrel: Move or delete the projects and tasks inside this area first.\n");
+
+  EXPECT_EQ(phone("task delete " + name).exitCode, 0);
+  EXPECT_EQ(phone("task list").output, "");
+  EXPECT_EQ(phone("undo").output, "Undo Delete Task\n");
+  const auto laptop = vantrel("--profile " + (folder.path() / "laptop").string() + cloud + " task list");
+  EXPECT_EQ(laptop.output, name + "  home  [ ] Water the plants\n");
+}
+
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
   const struct {
     const char* arguments;

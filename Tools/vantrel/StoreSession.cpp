@@ -1,0 +1,55 @@
+#include "Tools/vantrel/StoreSession.hpp"
+
+#include "Linux/PosixFileSystem.hpp"
+#include "Linux/SQLiteCloudDatabase.hpp"
+#include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Platform/AtomicFileWriter.hpp"
+#include "VantrelCore/Platform/Logger.hpp"
+
+#include <filesystem>
+
+namespace vantrel::cli {
+
+StoreSession::StoreSession(const CommandEnvironment& environment)
+    : undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json") {
+  const auto cloudFile = environment.cloudDatabaseFile();
+  std::filesystem::create_directories(cloudFile.parent_path());
+  store_ = std::make_unique<CloudKitStore>(
+      CloudKitPersistence(CloudKitPersistence::Location::applicationSupport(environment.paths()),
+                          PosixFileSystem::shared()),
+      CloudKitStore::Environment{.clock = environment.clock(),
+                                 .owner = owner_,
+                                 .snapshotQueue = snapshotQueue_,
+                                 .openContainer =
+                                     [cloudFile, &clock = environment.clock()](std::string_view) {
+                                       return std::make_unique<SQLiteCloudDatabase>(cloudFile, clock);
+                                     },
+                                 .automaticallySync = false});
+  store_->start();
+  store_->runFirstLaunchFlow();
+  owner_.drain();
+  if (const auto saved = PosixFileSystem::shared().readFile(undoFile_)) {
+    try {
+      store_->setLastUndoable(UndoableAction::decodeJSON(*saved));
+    } catch (const DecodingError& error) {
+      Logger("com.vantrel.vantrel", "CommandLine").error("Ignoring the saved undo action: %@", error.what());
+    }
+  }
+}
+
+void StoreSession::finish(bool offline) {
+  if (!offline) {
+    store_->syncEngine()->sendChanges();
+    store_->syncNow();
+  }
+  owner_.drain();
+  store_->flushSnapshotSynchronously();
+  snapshotQueue_.drain();
+  if (const auto& action = store_->lastUndoable()) {
+    AtomicFileWriter(PosixFileSystem::shared()).writeString(action->encodeJSON(), undoFile_);
+  } else {
+    PosixFileSystem::shared().removeFile(undoFile_);
+  }
+}
+
+} // namespace vantrel::cli
