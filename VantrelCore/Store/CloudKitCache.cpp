@@ -22,6 +22,17 @@ void eraseName(RecordNameIndex& index, const std::string& key, const std::string
   }
 }
 
+/// Moves the record's name from the key it was filed under to the key it is filed under now.
+template <class Record>
+void reindexBy(const Record* before, const Record* after, std::string Record::*key, RecordNameIndex& index) {
+  if (before) {
+    eraseName(index, before->*key, before->recordName);
+  }
+  if (after) {
+    insertName(index, after->*key, after->recordName);
+  }
+}
+
 } // namespace
 
 CloudKitCache::CloudKitCache() : days_(DeviceSettings::timeZone()) {}
@@ -163,6 +174,7 @@ void CloudKitCache::reindex(const ProjectRecord* before, const ProjectRecord* af
 
 void CloudKitCache::reindex(const UserProjectPlacementRecord* before,
                             const UserProjectPlacementRecord* after) {
+  reindexBy(before, after, &UserProjectPlacementRecord::projectRef, indexes_.placementsByProject);
   reindexMine(before, after, &UserProjectPlacementRecord::projectRef, myPlacementsByProject_,
               &CloudKitCache::refreshPlacement);
 }
@@ -191,19 +203,39 @@ void CloudKitCache::reindexMine(const Record* before, const Record* after, std::
 }
 
 void CloudKitCache::reindex(const GapRecord* before, const GapRecord* after) {
-  if (before) {
-    eraseName(indexes_.gapIDsByDay, before->dayRef, before->recordName);
-  }
-  if (after) {
-    insertName(indexes_.gapIDsByDay, after->dayRef, after->recordName);
-  }
+  reindexBy(before, after, &GapRecord::dayRef, indexes_.gapIDsByDay);
+}
+
+void CloudKitCache::reindex(const ProjectSectionRecord* before, const ProjectSectionRecord* after) {
+  reindexBy(before, after, &ProjectSectionRecord::projectRef, indexes_.sectionsByProject);
+}
+
+void CloudKitCache::reindex(const AreaSectionRecord* before, const AreaSectionRecord* after) {
+  reindexBy(before, after, &AreaSectionRecord::areaRef, indexes_.areaSectionsByArea);
+}
+
+void CloudKitCache::reindex(const UserProjectSectionStateRecord* before,
+                            const UserProjectSectionStateRecord* after) {
+  reindexBy(before, after, &UserProjectSectionStateRecord::sectionRef, indexes_.sectionStatesBySection);
+}
+
+const UserProjectPlacementRecord* CloudKitCache::myPlacement(const std::string& project) const {
+  const auto placements = myPlacementsByProject_.find(project);
+  return placements == myPlacementsByProject_.end()
+             ? nullptr
+             : &data_.userProjectPlacements.at(*placements->second.begin());
+}
+
+const RecordNameSet& CloudKitCache::namesIn(const RecordNameIndex& index, const std::string& key) {
+  static const RecordNameSet none;
+  const auto found = index.find(key);
+  return found == index.end() ? none : found->second;
 }
 
 void CloudKitCache::refreshPlacement(const std::string& project) {
   std::optional<std::string> area;
-  if (const auto placements = myPlacementsByProject_.find(project);
-      placements != myPlacementsByProject_.end()) {
-    area = data_.userProjectPlacements.at(*placements->second.begin()).areaRef;
+  if (const auto* placement = myPlacement(project)) {
+    area = placement->areaRef;
   }
   std::optional<std::string> formerArea;
   if (const auto placed = placedProjectArea_.find(project); placed != placedProjectArea_.end()) {

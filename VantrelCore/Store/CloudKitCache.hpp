@@ -62,6 +62,17 @@ public:
   }
   const RecordNameIndex& myTaskIDsByDay() const { return indexes_.myTaskIDsByDay; }
   const RecordNameIndex& gapIDsByDay() const { return indexes_.gapIDsByDay; }
+  const RecordNameIndex& sectionsByProject() const { return indexes_.sectionsByProject; }
+  const RecordNameIndex& placementsByProject() const { return indexes_.placementsByProject; }
+  const RecordNameIndex& areaSectionsByArea() const { return indexes_.areaSectionsByArea; }
+  const RecordNameIndex& sectionStatesBySection() const { return indexes_.sectionStatesBySection; }
+  /// The current user's placement of the project that counts (the smallest name, should there be several);
+  /// null when the user has not placed it.
+  const UserProjectPlacementRecord* myPlacement(const std::string& project) const;
+  /// Every task of a home, subtasks too.
+  const RecordNameIndex& allTasksByHome() const { return allTasksByHome_; }
+  /// The names `index` holds under `key`; empty when it holds none.
+  static const RecordNameSet& namesIn(const RecordNameIndex& index, const std::string& key);
   const icu::TimeZone& dayIndexTimeZone() const { return days_.zone(); }
 
   /// Counts mutations, so that an observer can tell whether anything changed since it last looked.
@@ -94,6 +105,9 @@ private:
   void reindex(const UserProjectPlacementRecord* before, const UserProjectPlacementRecord* after);
   void reindex(const UserTaskScheduleRecord* before, const UserTaskScheduleRecord* after);
   void reindex(const GapRecord* before, const GapRecord* after);
+  void reindex(const ProjectSectionRecord* before, const ProjectSectionRecord* after);
+  void reindex(const AreaSectionRecord* before, const AreaSectionRecord* after);
+  void reindex(const UserProjectSectionStateRecord* before, const UserProjectSectionStateRecord* after);
   /// Keeps `mine` (the user's own records by the record they are about) current, and refreshes what
   /// hangs on the records the change was and is about.
   template <class Record>

@@ -59,6 +59,18 @@ CloudKitCacheIndexes CloudKitCacheIndexes::build(const CloudKitCacheSnapshot& da
   for (const auto& [name, gap] : data.gaps) {
     indexes.gapIDsByDay[gap.dayRef].insert(name);
   }
+  for (const auto& [name, section] : data.projectSections) {
+    indexes.sectionsByProject[section.projectRef].insert(name);
+  }
+  for (const auto& [name, placement] : data.userProjectPlacements) {
+    indexes.placementsByProject[placement.projectRef].insert(name);
+  }
+  for (const auto& [name, section] : data.areaSections) {
+    indexes.areaSectionsByArea[section.areaRef].insert(name);
+  }
+  for (const auto& [name, state] : data.userProjectSectionStates) {
+    indexes.sectionStatesBySection[state.sectionRef].insert(name);
+  }
   return indexes;
 }
 

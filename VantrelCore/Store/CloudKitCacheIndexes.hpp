@@ -41,6 +41,12 @@ struct CloudKitCacheIndexes {
   RecordNameIndex myTaskIDsByDay{};
   /// Day text, exactly as the gaps store it, to the gaps of that day.
   RecordNameIndex gapIDsByDay{};
+  // What hangs on a record, for the writes that must find it without walking every record: a project's
+  // headers and everyone's placements of it, an area's headers (every user's), a header's foldings.
+  RecordNameIndex sectionsByProject{};
+  RecordNameIndex placementsByProject{};
+  RecordNameIndex areaSectionsByArea{};
+  RecordNameIndex sectionStatesBySection{};
 
   /// Everything computed afresh from `data`, the way the incremental upkeep must agree with.
   static CloudKitCacheIndexes build(const CloudKitCacheSnapshot& data, const icu::TimeZone& dayIndexTimeZone);

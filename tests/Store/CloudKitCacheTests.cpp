@@ -163,7 +163,7 @@ TEST(CloudKitCache, IncrementalIndexesAgreeWithAFullRebuild) {
     CloudKitCache cache;
     cache.setCurrentUserRef(me);
     for (int step = 0; step < 400; ++step) {
-      const int action = std::uniform_int_distribution(0, 13)(random);
+      const int action = std::uniform_int_distribution(0, 16)(random);
       const bool coin = std::bernoulli_distribution(0.5)(random);
       switch (action) {
       case 0:
@@ -203,6 +203,29 @@ TEST(CloudKitCache, IncrementalIndexesAgreeWithAFullRebuild) {
         break;
       case 12:
         cache.setDayIndexTimeZone(coin ? *kiritimati : *utc);
+        break;
+      case 13:
+        if (coin) {
+          cache.upsert(ProjectSectionRecord{.recordName = pick(slots), .projectRef = pick(projects)});
+        } else {
+          cache.remove<ProjectSectionRecord>(pick(slots));
+        }
+        break;
+      case 14:
+        if (coin) {
+          cache.upsert(
+              AreaSectionRecord{.recordName = pick(slots), .userRef = pick(users), .areaRef = pick(areas)});
+        } else {
+          cache.remove<AreaSectionRecord>(pick(slots));
+        }
+        break;
+      case 15:
+        if (coin) {
+          cache.upsert(UserProjectSectionStateRecord{
+              .recordName = pick(slots), .userRef = pick(users), .sectionRef = pick(slots)});
+        } else {
+          cache.remove<UserProjectSectionStateRecord>(pick(slots));
+        }
         break;
       default:
         if (step % 40 == 0) {
