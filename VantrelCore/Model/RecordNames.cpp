@@ -3,6 +3,7 @@
 #include "VantrelCore/Model/WhiteSpace.hpp"
 #include "VantrelCore/Platform/SHA256.hpp"
 
+#include <algorithm>
 #include <cctype>
 #include <stdexcept>
 #include <unicode/locid.h>
@@ -28,6 +29,14 @@ bool isAlphanumeric(UChar32 c) {
 }
 
 } // namespace
+
+void RecordNames::checkChosen(std::string_view name) {
+  const bool printable = std::ranges::all_of(name, [](char c) { return c >= 0x21 && c <= 0x7e; });
+  if (name.empty() || name.size() > 255 || !printable || name.front() == '_') {
+    throw std::invalid_argument("invalid record name \"" + std::string(name) +
+                                "\": use 1 to 255 printable ASCII characters, not starting with _");
+  }
+}
 
 std::string RecordNames::random(std::string_view prefix, UUIDGenerator& uuids) {
   auto suffix = uuids.uuidString().substr(0, 6);

@@ -24,6 +24,10 @@ public:
   static constexpr std::string_view userProjectSectionStatePrefix = "us-";
   static constexpr std::string_view sharingUserNamePrefix = "sun-";
 
+  /// Throws std::invalid_argument unless a caller's name for a new record is 1 to 255 printable ASCII
+  /// characters and does not begin with "_", which the cloud keeps for its own names.
+  static void checkChosen(std::string_view name);
+
   /// `prefix` and the first six characters of a new UUID, lower-cased: "p-3f9a1c". The short suffix is
   /// deliberate; collisions are not checked.
   static std::string random(std::string_view prefix, UUIDGenerator& uuids);

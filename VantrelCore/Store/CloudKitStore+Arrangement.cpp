@@ -35,10 +35,8 @@ std::vector<std::int64_t> CloudKitStore::homeItemIndexes(const std::string& proj
       indexes.push_back(cache_.tasks().at(task).sortIndex);
     }
   }
-  for (const auto& [header, section] : cache_.projectSections()) {
-    if (section.projectRef == project) {
-      indexes.push_back(section.sortIndex);
-    }
+  for (const auto& header : CloudKitCache::namesIn(cache_.sectionsByProject(), project)) {
+    indexes.push_back(cache_.projectSections().at(header).sortIndex);
   }
   return indexes;
 }
@@ -50,8 +48,8 @@ std::vector<std::int64_t> CloudKitStore::areaItemIndexes(const std::string& area
       indexes.push_back(requireMyPlacement(project).sortIndex);
     }
   }
-  for (const auto& [header, section] : cache_.areaSections()) {
-    if (section.areaRef == area && section.userRef == cache_.currentUserRef()) {
+  for (const auto& header : CloudKitCache::namesIn(cache_.areaSectionsByArea(), area)) {
+    if (const auto& section = cache_.areaSections().at(header); section.userRef == cache_.currentUserRef()) {
       indexes.push_back(section.sortIndex);
     }
   }
@@ -107,12 +105,8 @@ void CloudKitStore::deleteHeader(std::string_view header) {
   guardWrite();
   const std::string name(header);
   if (cache_.projectSections().contains(name)) {
-    std::vector<std::string> foldings;
-    for (const auto& [state, folding] : cache_.userProjectSectionStates()) {
-      if (folding.sectionRef == name) {
-        foldings.push_back(state);
-      }
-    }
+    // A copy: each delete changes the index.
+    const RecordNameSet foldings = CloudKitCache::namesIn(cache_.sectionStatesBySection(), name);
     for (const auto& state : foldings) {
       deleteRecord(CKRecordTypes::userProjectSectionState, state);
     }
@@ -144,7 +138,7 @@ std::vector<UserTaskScheduleRecord> CloudKitStore::schedulesInGap(const GapRecor
 }
 
 std::string CloudKitStore::addGap(const CalendarDate& day, std::string time, std::optional<std::string> label,
-                                  bool reminder) {
+                                  bool reminder, std::optional<std::string> recordName) {
   guardWrite();
   const std::string dayRef = RecordNames::day(day);
   std::vector<std::int64_t> siblings;
@@ -153,7 +147,8 @@ std::string CloudKitStore::addGap(const CalendarDate& day, std::string time, std
       siblings.push_back(cache_.gaps().at(gap).sortIndex);
     }
   }
-  const GapRecord gap{.recordName = newRecordName(RecordNames::gapPrefix),
+  const GapRecord gap{.recordName =
+                          nameForNewRecord<GapRecord>(std::move(recordName), RecordNames::gapPrefix),
                       .dayRef = dayRef,
                       .time = std::move(time),
                       .label = std::move(label),

@@ -7,6 +7,8 @@
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 
+#include <stdexcept>
+#include <utility>
 #include <vector>
 
 namespace vantrel {
@@ -54,12 +56,12 @@ const ProjectRecord& CloudKitStore::requireProject(std::string_view project) con
 }
 
 const UserProjectPlacementRecord& CloudKitStore::requireMyPlacement(std::string_view project) const {
-  const std::string name = RecordNames::userProjectPlacement(cache_.currentUserRef(), project);
-  const auto found = cache_.userProjectPlacements().find(name);
-  if (found == cache_.userProjectPlacements().end()) {
-    throw CloudKitStoreError::recordNotFound(CKRecordTypes::userProjectPlacement, name);
+  if (const auto* placement = cache_.myPlacement(std::string(project))) {
+    return *placement;
   }
-  return found->second;
+  throw CloudKitStoreError::recordNotFound(
+      CKRecordTypes::userProjectPlacement,
+      RecordNames::userProjectPlacement(cache_.currentUserRef(), project));
 }
 
 std::string CloudKitStore::addArea(std::string_view name, std::string color, std::string icon) {
@@ -110,47 +112,53 @@ void CloudKitStore::deleteArea(std::string_view area) {
     throw CloudKitStoreError::areaNotEmpty(name, projects, tasks);
   }
   // The server drops the area's headers with it (they point at it with deleteSelf); the cache must too.
-  std::vector<std::string> headers;
-  for (const auto& [header, section] : cache_.areaSections()) {
-    if (section.areaRef == name) {
-      headers.push_back(header);
-    }
-  }
+  const RecordNameSet headers = CloudKitCache::namesIn(cache_.areaSectionsByArea(), name);
   for (const auto& header : headers) {
     deleteRecord(CKRecordTypes::areaSection, header);
   }
   deleteRecord(CKRecordTypes::area, name);
 }
 
-std::string CloudKitStore::addTask(std::string homeRef, std::string_view title, bool insertAtTop) {
-  TaskRecord task{.recordName = newRecordName(RecordNames::taskPrefix),
+std::string CloudKitStore::addTask(std::string homeRef, std::string_view title,
+                                   const NewTaskOptions& options) {
+  TaskRecord task{.recordName = nameForNewRecord<TaskRecord>(options.recordName, RecordNames::taskPrefix),
                   .homeRef = std::move(homeRef),
                   .title = std::string(trimmingWhiteSpaceAndNewlines(title))};
   // A project's tasks share one order with its headers; an area's tasks have their own.
-  const auto siblings = homeItemIndexes(task.homeRef);
-  task.sortIndex = insertAtTop ? SortIndex::atTop(siblings) : SortIndex::appended(siblings);
+  if (options.aboveFirstSection && !options.insertAtTop) {
+    task.sortIndex = indexAboveFirstSection(task.homeRef);
+  } else {
+    const auto siblings = homeItemIndexes(task.homeRef);
+    task.sortIndex = options.insertAtTop ? SortIndex::atTop(siblings) : SortIndex::appended(siblings);
+  }
   saveRecord(task);
+  if (options.plannedDate) {
+    writeSchedule(task.recordName, options.plannedDate->noonUTC(), std::nullopt);
+  }
   return task.recordName;
 }
 
-std::string CloudKitStore::addTaskToArea(std::string_view area, std::string_view title, bool insertAtTop) {
+std::string CloudKitStore::addTaskToArea(std::string_view area, std::string_view title,
+                                         const NewTaskOptions& options) {
   guardWrite();
-  return addTask(requireArea(area).recordName, title, insertAtTop);
+  if (options.aboveFirstSection) {
+    throw std::invalid_argument("aboveFirstSection places a task among a project's headers; areas have none");
+  }
+  return addTask(requireArea(area).recordName, title, options);
 }
 
 std::string CloudKitStore::addTaskToProject(std::string_view project, std::string_view title,
-                                            bool insertAtTop) {
+                                            const NewTaskOptions& options) {
   guardWrite();
-  if (!cache_.projects().contains(std::string(project))) {
-    throw CloudKitStoreError::recordNotFound(CKRecordTypes::project, project);
-  }
-  return addTask(std::string(project), title, insertAtTop);
+  return addTask(requireProject(project).recordName, title, options);
 }
 
-std::string CloudKitStore::addSubtask(std::string_view parentTask, std::string_view title) {
+std::string CloudKitStore::addSubtask(std::string_view parentTask, std::string_view title,
+                                      std::optional<std::string> recordName) {
   guardWrite();
   const TaskRecord& parent = requireTask(parentTask);
-  TaskRecord subtask{.recordName = newRecordName(RecordNames::taskPrefix),
+  TaskRecord subtask{.recordName =
+                         nameForNewRecord<TaskRecord>(std::move(recordName), RecordNames::taskPrefix),
                      .homeRef = parent.homeRef,
                      .parentTaskRef = parent.recordName,
                      .title = std::string(trimmingWhiteSpaceAndNewlines(title))};
@@ -245,35 +253,24 @@ void CloudKitStore::deleteProject(std::string_view project) {
   guardWrite();
   const std::string name = requireProject(project).recordName;
   std::vector<std::pair<std::string_view, std::string>> doomed;
-  std::vector<std::string> tasks;
-  for (const auto& [task, record] : cache_.tasks()) {
-    if (record.homeRef == name) {
-      tasks.push_back(task);
-    }
-  }
+  const RecordNameSet& tasks = CloudKitCache::namesIn(cache_.allTasksByHome(), name);
   for (const auto& task : tasks) {
     if (const auto schedule = cache_.myTaskSchedules().find(task);
         schedule != cache_.myTaskSchedules().end()) {
       doomed.emplace_back(CKRecordTypes::userTaskSchedule, schedule->second.recordName);
     }
   }
-  for (const auto& [header, section] : cache_.projectSections()) {
-    if (section.projectRef == name) {
-      for (const auto& [state, folding] : cache_.userProjectSectionStates()) {
-        if (folding.sectionRef == header) {
-          doomed.emplace_back(CKRecordTypes::userProjectSectionState, state);
-        }
-      }
-      doomed.emplace_back(CKRecordTypes::projectSection, header);
+  for (const auto& header : CloudKitCache::namesIn(cache_.sectionsByProject(), name)) {
+    for (const auto& state : CloudKitCache::namesIn(cache_.sectionStatesBySection(), header)) {
+      doomed.emplace_back(CKRecordTypes::userProjectSectionState, state);
     }
+    doomed.emplace_back(CKRecordTypes::projectSection, header);
   }
   for (const auto& task : tasks) {
     doomed.emplace_back(CKRecordTypes::task, task);
   }
-  for (const auto& [placement, record] : cache_.userProjectPlacements()) {
-    if (record.projectRef == name) {
-      doomed.emplace_back(CKRecordTypes::userProjectPlacement, placement);
-    }
+  for (const auto& placement : CloudKitCache::namesIn(cache_.placementsByProject(), name)) {
+    doomed.emplace_back(CKRecordTypes::userProjectPlacement, placement);
   }
   doomed.emplace_back(CKRecordTypes::project, name);
   for (const auto& [type, record] : doomed) {
@@ -281,13 +278,50 @@ void CloudKitStore::deleteProject(std::string_view project) {
   }
 }
 
-std::string CloudKitStore::addInboxItem(std::string_view title, std::optional<std::string> notes,
-                                        Date capturedAt) {
+void CloudKitStore::bridgeLockProjects(std::span<const std::string> projects, std::string_view deviceName,
+                                       Date lockedAt) {
+  writeBridgeLock(projects, [&](ProjectRecord& project) {
+    project.bridgeLockedBy = cache_.currentUserRef();
+    project.bridgeLockedByName = std::string(deviceName);
+    project.bridgeLockedAt = lockedAt;
+  });
+}
+
+void CloudKitStore::bridgeUnlockProjects(std::span<const std::string> projects) {
+  writeBridgeLock(projects, [](ProjectRecord& project) {
+    project.bridgeLockedBy.reset();
+    project.bridgeLockedByName.reset();
+    project.bridgeLockedAt.reset();
+  });
+}
+
+void CloudKitStore::writeBridgeLock(std::span<const std::string> projects,
+                                    const std::function<void(ProjectRecord&)>& change) {
+  // The bridge sets its freeze around these writes, so they pass it the way its check-in does.
+  struct Restore {
+    bool& flag;
+    bool value;
+    ~Restore() { flag = value; }
+  } const restore{bridgeIsApplying_, std::exchange(bridgeIsApplying_, true)};
   guardWrite();
-  InboxItemRecord item{.recordName = newRecordName(RecordNames::inboxItemPrefix),
-                       .title = std::string(trimmingWhiteSpaceAndNewlines(title)),
-                       .capturedAt = capturedAt,
-                       .notes = std::move(notes)};
+  for (const auto& project : projects) {
+    requireProject(project);
+  }
+  for (const auto& project : projects) {
+    ProjectRecord changed = cache_.projects().at(project);
+    change(changed);
+    saveRecord(changed);
+  }
+}
+
+std::string CloudKitStore::addInboxItem(std::string_view title, std::optional<std::string> notes,
+                                        Date capturedAt, std::optional<std::string> recordName) {
+  guardWrite();
+  InboxItemRecord item{
+      .recordName = nameForNewRecord<InboxItemRecord>(std::move(recordName), RecordNames::inboxItemPrefix),
+      .title = std::string(trimmingWhiteSpaceAndNewlines(title)),
+      .capturedAt = capturedAt,
+      .notes = std::move(notes)};
   std::vector<std::int64_t> siblings;
   for (const auto& [name, existing] : cache_.inbox()) {
     siblings.push_back(existing.sortIndex);

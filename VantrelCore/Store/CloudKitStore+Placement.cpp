@@ -8,6 +8,7 @@
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 
 #include <algorithm>
+#include <ranges>
 #include <stdexcept>
 
 namespace vantrel {
@@ -44,10 +45,8 @@ void CloudKitStore::renumberHome(const std::string& home) {
       items.emplace_back(ProjectItemKey::task(task), cache_.tasks().at(task).sortIndex);
     }
   }
-  for (const auto& [header, section] : cache_.projectSections()) {
-    if (section.projectRef == home) {
-      items.emplace_back(ProjectItemKey::section(header), section.sortIndex);
-    }
+  for (const auto& header : CloudKitCache::namesIn(cache_.sectionsByProject(), home)) {
+    items.emplace_back(ProjectItemKey::section(header), cache_.projectSections().at(header).sortIndex);
   }
   std::ranges::sort(items, byIndex<ProjectItemKey>);
   for (std::size_t position = 0; position < items.size(); ++position) {
@@ -86,8 +85,8 @@ void CloudKitStore::renumberArea(const std::string& area) {
       items.emplace_back(AreaItemKey::project(project), requireMyPlacement(project).sortIndex);
     }
   }
-  for (const auto& [header, section] : cache_.areaSections()) {
-    if (section.areaRef == area && section.userRef == cache_.currentUserRef()) {
+  for (const auto& header : CloudKitCache::namesIn(cache_.areaSectionsByArea(), area)) {
+    if (const auto& section = cache_.areaSections().at(header); section.userRef == cache_.currentUserRef()) {
       items.emplace_back(AreaItemKey::section(header), section.sortIndex);
     }
   }
@@ -124,6 +123,31 @@ std::string CloudKitStore::addTaskBelow(std::string_view referenceTask, std::str
                         .sortIndex = *index};
   saveRecord(task);
   return task.recordName;
+}
+
+std::int64_t CloudKitStore::indexAboveFirstSection(const std::string& project) {
+  const auto& headers = CloudKitCache::namesIn(cache_.sectionsByProject(), project);
+  if (headers.empty()) {
+    return SortIndex::appended(homeItemIndexes(project));
+  }
+  const auto firstHeader = std::ranges::min(headers | std::views::transform([&](const std::string& header) {
+                                              return cache_.projectSections().at(header).sortIndex;
+                                            }));
+  std::optional<std::int64_t> lastTaskAbove;
+  for (const auto& task : CloudKitCache::namesIn(cache_.tasksByHome(), project)) {
+    if (const auto index = cache_.tasks().at(task).sortIndex; index < firstHeader) {
+      lastTaskAbove = std::max(lastTaskAbove.value_or(index), index);
+    }
+  }
+  if (!lastTaskAbove) {
+    return firstHeader - SortIndex::step;
+  }
+  if (const auto index = indexAfter(*lastTaskAbove, homeItemIndexes(project))) {
+    return *index;
+  }
+  // The last task and the header are adjacent: spread the list out and look again.
+  renumberHome(project);
+  return indexAboveFirstSection(project);
 }
 
 std::string CloudKitStore::addTaskBelowHeader(std::string_view header, std::string_view title) {
@@ -197,7 +221,7 @@ std::string CloudKitStore::triageInboxItem(std::string_view item, std::string_vi
   if (project) {
     target = requireProject(*project);
   }
-  const std::string task = addTask(target ? target->recordName : areaRef, captured.title, false);
+  const std::string task = addTask(target ? target->recordName : areaRef, captured.title, NewTaskOptions{});
   if (target && alsoAppendNote) {
     const std::string note = TimeFormat::inboxTriageNote(
         captured.title, captured.notes ? std::optional<std::string_view>(*captured.notes) : std::nullopt,

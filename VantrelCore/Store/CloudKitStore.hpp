@@ -3,6 +3,7 @@
 #include "VantrelCore/Model/AreaItemKey.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/ProjectItemKey.hpp"
+#include "VantrelCore/Model/RecordNames.hpp"
 #include "VantrelCore/Platform/Clock.hpp"
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
@@ -13,6 +14,7 @@
 #include "VantrelCore/Store/CloudKitPersistence.hpp"
 #include "VantrelCore/Store/CloudKitZoneDeleteReason.hpp"
 #include "VantrelCore/Store/GapTasksOnDelete.hpp"
+#include "VantrelCore/Store/NewTaskOptions.hpp"
 #include "VantrelCore/Store/SharedRecordStore.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
 #include "VantrelCore/Store/UIError.hpp"
@@ -29,6 +31,7 @@
 #include <optional>
 #include <set>
 #include <span>
+#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -185,7 +188,7 @@ public:
 
   /// A gap on the day after its last one; the day's record is made the first time it is needed.
   std::string addGap(const CalendarDate& day, std::string time, std::optional<std::string> label,
-                     bool reminder);
+                     bool reminder, std::optional<std::string> recordName = {});
   /// Changes what is given; tasks planned into the gap move with a new start time.
   void updateGap(std::string_view gap, std::optional<std::string> time,
                  std::optional<std::optional<std::string>> label, std::optional<bool> reminder);
@@ -203,11 +206,17 @@ public:
   void reorderAreaProjects(std::string_view area, std::span<const AreaItemKey> newOrder);
   void reorderAreaTasks(std::string_view area, std::span<const std::string> taskOrder);
 
-  std::string addInboxItem(std::string_view title, std::optional<std::string> notes, Date capturedAt);
+  std::string addInboxItem(std::string_view title, std::optional<std::string> notes, Date capturedAt,
+                           std::optional<std::string> recordName = {});
   void deleteInboxItem(std::string_view item);
 
-  std::string addTaskToArea(std::string_view area, std::string_view title, bool insertAtTop = false);
-  std::string addTaskToProject(std::string_view project, std::string_view title, bool insertAtTop = false);
+  /// A new task at the end of the area's tasks, or where the options say. `aboveFirstSection` is refused
+  /// (std::invalid_argument): an area's tasks have no headers.
+  std::string addTaskToArea(std::string_view area, std::string_view title,
+                            const NewTaskOptions& options = {});
+  /// A new task at the end of the project's items, or where the options say.
+  std::string addTaskToProject(std::string_view project, std::string_view title,
+                               const NewTaskOptions& options = {});
   /// A new task directly after the reference (a subtask after a subtask, under the same parent). It takes
   /// the index halfway to the next item; when the two are adjacent the list is renumbered first.
   std::string addTaskBelow(std::string_view referenceTask, std::string_view title);
@@ -218,7 +227,8 @@ public:
   std::string triageInboxItem(std::string_view item, std::string_view area,
                               std::optional<std::string> project, bool alsoAppendNote);
   /// A subtask after the parent's last subtask, in the parent's home.
-  std::string addSubtask(std::string_view parentTask, std::string_view title);
+  std::string addSubtask(std::string_view parentTask, std::string_view title,
+                         std::optional<std::string> recordName = {});
   void setTaskTitle(std::string_view task, std::string_view title);
   void setTaskDone(std::string_view task, bool done);
   void setTaskDueDate(std::string_view task, std::optional<Date> dueDate);
@@ -240,6 +250,12 @@ public:
   /// Plans every listed task for the same day and gap; undoable as one move.
   void setTaskSchedules(std::span<const std::string> tasks, std::optional<CalendarDate> day,
                         std::optional<std::string> gapTime);
+
+  /// Marks the projects as checked out to the YAML bridge by this user's device `deviceName`, so that
+  /// every device pauses. The bridge's own writes: they pass the freeze the bridge itself set.
+  void bridgeLockProjects(std::span<const std::string> projects, std::string_view deviceName, Date lockedAt);
+  /// Clears the bridge lock of the projects.
+  void bridgeUnlockProjects(std::span<const std::string> projects);
 
   /// What undoLast() would take back. Deleting tasks and moving them with setTaskSchedules record it;
   /// a later such operation replaces it, other mutations leave it, and it does not expire.
@@ -305,8 +321,16 @@ private:
   void renumberArea(const std::string& area);
   /// Writes the user's schedule of the task as given: saved, or deleted when it plans nothing.
   void writeSchedule(const std::string& task, std::optional<Date> date, std::optional<std::string> gapTime);
-  std::string addTask(std::string homeRef, std::string_view title, bool insertAtTop);
+  std::string addTask(std::string homeRef, std::string_view title, const NewTaskOptions& options);
+  /// The sort index of a project's new task placed after the tasks above its first header.
+  std::int64_t indexAboveFirstSection(const std::string& project);
   std::string newRecordName(std::string_view prefix);
+  /// The caller's name for a new record of the type, checked to be well formed and free, or a new one.
+  template <class Record>
+  std::string nameForNewRecord(std::optional<std::string> given, std::string_view prefix);
+  /// Writes one bridge lock state onto every project, all checked to exist first.
+  void writeBridgeLock(std::span<const std::string> projects,
+                       const std::function<void(ProjectRecord&)>& change);
 
   CloudKitPersistence persistence_;
   Environment environment_;
@@ -354,6 +378,18 @@ template <class Record> void CloudKitStore::saveRecord(const Record& record) {
     cache_.upsert(record);
   }
   enqueue(PendingRecordZoneChange::save(CloudRecordID{cloudRecordName(record), zoneID()}));
+}
+
+template <class Record>
+std::string CloudKitStore::nameForNewRecord(std::optional<std::string> given, std::string_view prefix) {
+  if (!given) {
+    return newRecordName(prefix);
+  }
+  RecordNames::checkChosen(*given);
+  if (cache_.records<Record>().contains(*given)) {
+    throw std::invalid_argument("record name " + *given + " is already in use");
+  }
+  return std::move(*given);
 }
 
 } // namespace vantrel

@@ -71,7 +71,7 @@ TEST_F(EntityMutationTest, NewItemsGoAfterTheLastOrBeforeTheFirst) {
   const auto area = store().addArea("Errands", "", "");
   const auto first = store().addTaskToArea(area, "first");
   const auto second = store().addTaskToArea(area, "second");
-  const auto top = store().addTaskToArea(area, "top", true);
+  const auto top = store().addTaskToArea(area, "top", {.insertAtTop = true});
   const auto index = [&](const std::string& name) { return cache().tasks().at(name).sortIndex; };
   EXPECT_EQ(std::vector({index(top), index(first), index(second)}),
             std::vector<std::int64_t>({0, 1000, 2000}));
@@ -347,6 +347,138 @@ TEST_F(EntityMutationTest, TriageTurnsAnInboxItemIntoATaskAndCanNoteItInThePurpo
   const auto loose = store().triageInboxItem(store().addInboxItem("Call Ann", std::nullopt, captured), area,
                                              std::nullopt, true);
   EXPECT_EQ(cache().tasks().at(loose).homeRef, area);
+}
+
+/// A project's items, tasks and headers, in their shown order.
+std::vector<std::string> projectOrder(const CloudKitCache& cache, const std::string& project) {
+  std::vector<std::pair<std::int64_t, std::string>> items;
+  for (const auto& task : CloudKitCache::namesIn(cache.tasksByHome(), project)) {
+    items.emplace_back(cache.tasks().at(task).sortIndex, task);
+  }
+  for (const auto& header : CloudKitCache::namesIn(cache.sectionsByProject(), project)) {
+    items.emplace_back(cache.projectSections().at(header).sortIndex, header);
+  }
+  std::ranges::sort(items);
+  std::vector<std::string> names;
+  for (const auto& [index, name] : items) {
+    names.push_back(name);
+  }
+  return names;
+}
+
+TEST_F(EntityMutationTest, TasksAddedAboveTheFirstHeaderEndTheUnsectionedOnes) {
+  const auto area = store().addArea("Home", "", "");
+  const NewTaskOptions above{.aboveFirstSection = true};
+
+  const auto bare = store().addProject("No headers", area);
+  const auto only = store().addTaskToProject(bare, "only");
+  EXPECT_EQ(projectOrder(cache(), bare), std::vector({only, store().addTaskToProject(bare, "next", above)}));
+
+  const auto headed = store().addProject("Header first", area);
+  const auto header = store().addHeaderToProject(headed, "Now");
+  const auto sectioned = store().addTaskToProject(headed, "under it");
+  const auto first = store().addTaskToProject(headed, "first", above);
+  EXPECT_EQ(projectOrder(cache(), headed), std::vector({first, header, sectioned}));
+
+  // Enough insertions to use up the room between the last unsectioned task and the header.
+  std::vector<std::string> expected{first};
+  for (int insertion = 0; insertion < 14; ++insertion) {
+    expected.push_back(store().addTaskToProject(headed, "more " + std::to_string(insertion), above));
+  }
+  const auto top = store().addTaskToProject(headed, "top", {.insertAtTop = true, .aboveFirstSection = true});
+  expected.insert(expected.begin(), top);
+  expected.insert(expected.end(), {header, sectioned});
+  EXPECT_EQ(projectOrder(cache(), headed), expected);
+
+  const auto planned = store().addTaskToProject(
+      headed, "planned", {.plannedDate = CalendarDate{2026, 3, 7}, .aboveFirstSection = true});
+  EXPECT_EQ(cache().myTaskIDsByDay().at("2026-03-07"), RecordNameSet{planned});
+  EXPECT_THROW(store().addTaskToArea(area, "nowhere to go", above), std::invalid_argument);
+  phone_.send();
+  laptop_.fetch();
+  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+}
+
+TEST_F(EntityMutationTest, ChosenRecordNamesAreKeptWhenFreeAndWellFormed) {
+  const auto area = store().addArea("Home", "", "");
+  const auto project = store().addProject("Garden", area);
+  EXPECT_EQ(store().addTaskToProject(project, "Dig", {.recordName = "t-dig"}), "t-dig");
+  EXPECT_EQ(store().addTaskToArea(area, "Sweep", {.recordName = "t-sweep"}), "t-sweep");
+  EXPECT_EQ(store().addSubtask("t-dig", "spade", "t-spade"), "t-spade");
+  EXPECT_EQ(store().addInboxItem("Call Ann", std::nullopt, clock_.now(), "i-ann"), "i-ann");
+  EXPECT_EQ(store().addGap(CalendarDate{2026, 3, 7}, "09:00", std::nullopt, false, "g-morning"), "g-morning");
+  // A name is unique within its record type only.
+  EXPECT_EQ(store().addInboxItem("Dig", std::nullopt, clock_.now(), "t-dig"), "t-dig");
+  phone_.settle();
+
+  const struct {
+    const char* name;
+    std::function<void()> add;
+  } refused[] = {
+      {"task name in use", [&] { store().addTaskToProject(project, "x", {.recordName = "t-sweep"}); }},
+      {"subtask name in use", [&] { store().addSubtask("t-dig", "x", "t-dig"); }},
+      {"inbox name in use", [&] { store().addInboxItem("x", std::nullopt, clock_.now(), "i-ann"); }},
+      {"gap name in use",
+       [&] {
+         store().addGap(CalendarDate{2026, 3, 8}, "10:00", std::nullopt, false, "g-morning");
+       }},
+      {"empty", [&] { store().addTaskToArea(area, "x", {.recordName = ""}); }},
+      {"reserved underscore", [&] { store().addTaskToArea(area, "x", {.recordName = "_t"}); }},
+      {"space", [&] { store().addTaskToArea(area, "x", {.recordName = "t one"}); }},
+      {"not ASCII", [&] { store().addTaskToArea(area, "x", {.recordName = "t-caf\xc3\xa9"}); }},
+      {"too long", [&] { store().addTaskToArea(area, "x", {.recordName = std::string(256, 't')}); }},
+      {"planned task in use",
+       [&] {
+         store().addTaskToArea(area, "x", {.plannedDate = CalendarDate{2026, 3, 7}, .recordName = "t-dig"});
+       }},
+  };
+  for (const auto& [name, add] : refused) {
+    SCOPED_TRACE(name);
+    const auto snapshot = cache().snapshot();
+    const auto pending = store().syncEngine()->state().pendingRecordZoneChanges();
+    EXPECT_THROW(add(), std::invalid_argument);
+    EXPECT_EQ(cache().snapshot(), snapshot);
+    EXPECT_EQ(store().syncEngine()->state().pendingRecordZoneChanges(), pending);
+  }
+  EXPECT_EQ(store().addTaskToArea(area, "x", {.recordName = std::string(255, 't')}), std::string(255, 't'));
+}
+
+TEST_F(EntityMutationTest, TheBridgeLockPassesTheBridgesOwnFreezeAndReachesTheOtherDevice) {
+  const auto area = store().addArea("Home", "", "");
+  const std::vector<std::string> projects{store().addProject("Garden", area),
+                                          store().addProject("Pond", area)};
+  phone_.settle();
+  store().setLocalBridgeFreeze(true);
+
+  const std::vector<std::string> withMissing{projects[0], "p-gone"};
+  EXPECT_THROW(store().bridgeLockProjects(withMissing, "Robin's laptop", Date{800'000'100}),
+               CloudKitStoreError);
+  EXPECT_FALSE(cache().projects().at(projects[0]).bridgeLockedBy);
+  EXPECT_FALSE(store().bridgeIsApplying());
+
+  store().bridgeLockProjects(projects, "Robin's laptop", Date{800'000'100});
+  EXPECT_FALSE(store().bridgeIsApplying());
+  EXPECT_THROW(store().setProjectName(projects[0], "Not now"), CloudKitStoreError);
+  phone_.send();
+  laptop_.fetch();
+  for (const auto& project : projects) {
+    const auto& locked = laptop_.store().cache().projects().at(project);
+    EXPECT_EQ(locked.bridgeLockedBy, cache().currentUserRef());
+    EXPECT_EQ(locked.bridgeLockedByName, "Robin's laptop");
+    EXPECT_EQ(locked.bridgeLockedAt, Date{800'000'100});
+  }
+
+  store().bridgeUnlockProjects(projects);
+  store().setLocalBridgeFreeze(false);
+  phone_.send();
+  laptop_.fetch();
+  for (const auto& project : projects) {
+    const auto& unlocked = laptop_.store().cache().projects().at(project);
+    EXPECT_FALSE(unlocked.bridgeLockedBy || unlocked.bridgeLockedByName || unlocked.bridgeLockedAt);
+  }
+
+  phone_.store().stop();
+  EXPECT_THROW(store().bridgeLockProjects(projects, "Robin's laptop", Date{800'000'200}), CloudKitStoreError);
 }
 
 } // namespace
