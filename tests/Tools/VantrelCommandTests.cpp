@@ -1,11 +1,13 @@
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
+#include <algorithm>
 #include <array>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
 #include <gtest/gtest.h>
+#include <ranges>
 #include <string>
 #include <sys/wait.h>
 
@@ -97,6 +99,47 @@ TEST(VantrelCommand, APersonPlansOnOneProfileUndoesAndSeesItOnAnother) {
   EXPECT_EQ(phone("undo").output, "Undo Delete Task\n");
   const auto laptop = vantrel("--profile " + (folder.path() / "laptop").string() + cloud + " task list");
   EXPECT_EQ(laptop.output, name + "  home  [ ] Water the plants\n");
+}
+
+TEST(VantrelCommand, APersonArrangesAProjectWithHeadersAndGaps) {
+  testing::TemporaryFolder folder;
+  const auto planner = [&](const std::string& arguments) {
+    const auto run = vantrel("--offline --profile " + folder.path().string() + " " + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+    return run.output;
+  };
+  planner("area add Home");
+  const auto project = planner("project add Garden --area home");
+  const std::string garden = project.substr(0, project.find('\n'));
+  const auto header = planner("header add Later --project " + garden);
+  const std::string later = header.substr(0, header.find('\n'));
+  planner("task add Dig --project " + garden + " --name t-dig");
+  planner("task add Sow --project " + garden + " --above-first-header --name t-sow --on 2026-03-07");
+  const auto weed = planner("task add Weed --below-header " + later);
+  planner("header rename " + later + " Someday");
+  EXPECT_EQ(planner("header list --project " + garden), later + "  Someday\n");
+
+  const auto order = [&] {
+    std::string names;
+    for (const auto& line : std::views::split(planner("task list"), '\n')) {
+      const std::string_view text(line.begin(), line.end());
+      if (text.find(garden) != std::string_view::npos) {
+        names += std::string(text.substr(text.find("] ") + 2)) + ",";
+      }
+    }
+    return names;
+  };
+  EXPECT_EQ(order(), "Sow,Weed,Dig,");
+  planner("project reorder " + garden + " t-dig t-sow " + later + " " + weed.substr(0, weed.find('\n')));
+  EXPECT_EQ(order(), "Dig,Sow,Weed,");
+
+  const auto gap = planner("gap add 2026-03-07 09:00 --label Morning --name g-morning");
+  EXPECT_EQ(gap, "g-morning\n");
+  planner("gap edit g-morning --time 10:00 --no-label");
+  const auto copies = planner("gap copy g-morning 2026-03-08 2026-03-09");
+  EXPECT_EQ(std::ranges::count(copies, '\n'), 2);
+  EXPECT_EQ(planner("gap list 2026-03-07"), "g-morning  10:00  \n");
+  EXPECT_EQ(planner("gap list 2026-03-09").substr(std::string_view("g-abcdef").size()), "  10:00  \n");
 }
 
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
