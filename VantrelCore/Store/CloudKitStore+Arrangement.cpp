@@ -103,6 +103,7 @@ void CloudKitStore::setHeaderTitle(std::string_view header, std::string_view tit
 
 void CloudKitStore::deleteHeader(std::string_view header) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string name(header);
   if (cache_.projectSections().contains(name)) {
     // A copy: each delete changes the index.
@@ -140,6 +141,7 @@ std::vector<UserTaskScheduleRecord> CloudKitStore::schedulesInGap(const GapRecor
 std::string CloudKitStore::addGap(const CalendarDate& day, std::string time, std::optional<std::string> label,
                                   bool reminder, std::optional<std::string> recordName) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string dayRef = RecordNames::day(day);
   std::vector<std::int64_t> siblings;
   if (const auto gaps = cache_.gapIDsByDay().find(dayRef); gaps != cache_.gapIDsByDay().end()) {
@@ -164,6 +166,7 @@ std::string CloudKitStore::addGap(const CalendarDate& day, std::string time, std
 void CloudKitStore::updateGap(std::string_view gap, std::optional<std::string> time,
                               std::optional<std::optional<std::string>> label, std::optional<bool> reminder) {
   guardWrite();
+  const WriteBatch batch(*this);
   // A copy: saving the change replaces the record the cache holds.
   const GapRecord current = requireGap(gap);
   GapRecord changed = current;
@@ -188,6 +191,7 @@ void CloudKitStore::updateGap(std::string_view gap, std::optional<std::string> t
 
 void CloudKitStore::deleteGap(std::string_view gap, GapTasksOnDelete tasks) {
   guardWrite();
+  const WriteBatch batch(*this);
   const GapRecord current = requireGap(gap);
   for (auto schedule : schedulesInGap(current)) {
     schedule.gapTime.reset();
@@ -205,6 +209,7 @@ void CloudKitStore::deleteGap(std::string_view gap, GapTasksOnDelete tasks) {
 
 std::vector<std::string> CloudKitStore::copyGaps(std::span<const std::pair<CalendarDate, GapRecord>> copies) {
   guardWrite();
+  const WriteBatch batch(*this);
   std::vector<std::string> names;
   for (const auto& [day, gap] : copies) {
     names.push_back(addGap(day, gap.time, gap.label, gap.reminder));
@@ -214,6 +219,7 @@ std::vector<std::string> CloudKitStore::copyGaps(std::span<const std::pair<Calen
 
 void CloudKitStore::moveTask(std::string_view task, std::string_view home) {
   guardWrite();
+  const WriteBatch batch(*this);
   TaskRecord moved = requireTask(task);
   const std::string homeRef(home);
   if (!cache_.areas().contains(homeRef) && !cache_.projects().contains(homeRef)) {
@@ -241,6 +247,7 @@ void CloudKitStore::moveTask(std::string_view task, std::string_view home) {
 
 void CloudKitStore::reorderProject(std::string_view project, std::span<const ProjectItemKey> newOrder) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string projectRef = requireProject(project).recordName;
   requireDistinct(newOrder, CKRecordTypes::task);
   for (const auto& key : newOrder) {
@@ -272,6 +279,7 @@ void CloudKitStore::reorderProject(std::string_view project, std::span<const Pro
 
 void CloudKitStore::reorderAreaProjects(std::string_view area, std::span<const AreaItemKey> newOrder) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string areaRef = requireArea(area).recordName;
   requireDistinct(newOrder, CKRecordTypes::userProjectPlacement);
   for (const auto& key : newOrder) {
@@ -300,6 +308,7 @@ void CloudKitStore::reorderAreaProjects(std::string_view area, std::span<const A
 
 void CloudKitStore::reorderAreaTasks(std::string_view area, std::span<const std::string> taskOrder) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string areaRef = requireArea(area).recordName;
   std::set<std::string> seen;
   for (const auto& task : taskOrder) {

@@ -102,6 +102,7 @@ void CloudKitStore::setAreaHidden(std::string_view area, bool isHidden) {
 
 void CloudKitStore::deleteArea(std::string_view area) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string name = requireArea(area).recordName;
   const auto count = [&](const RecordNameIndex& index) -> std::int64_t {
     const auto found = index.find(name);
@@ -141,6 +142,7 @@ std::string CloudKitStore::addTask(std::string homeRef, std::string_view title,
 std::string CloudKitStore::addTaskToArea(std::string_view area, std::string_view title,
                                          const NewTaskOptions& options) {
   guardWrite();
+  const WriteBatch batch(*this);
   if (options.aboveFirstSection) {
     throw std::invalid_argument("aboveFirstSection places a task among a project's headers; areas have none");
   }
@@ -150,6 +152,7 @@ std::string CloudKitStore::addTaskToArea(std::string_view area, std::string_view
 std::string CloudKitStore::addTaskToProject(std::string_view project, std::string_view title,
                                             const NewTaskOptions& options) {
   guardWrite();
+  const WriteBatch batch(*this);
   return addTask(requireProject(project).recordName, title, options);
 }
 
@@ -203,6 +206,7 @@ void CloudKitStore::setTaskSchedule(std::string_view task, std::optional<Calenda
 std::string CloudKitStore::addProject(std::string_view name, std::string_view area,
                                       std::optional<std::string> purpose) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string areaRef = requireArea(area).recordName;
   const ProjectRecord project{.recordName = newRecordName(RecordNames::projectPrefix),
                               .name = std::string(trimmingWhiteSpaceAndNewlines(name)),
@@ -251,6 +255,7 @@ void CloudKitStore::setProjectPinned(std::string_view project, bool isPinned) {
 
 void CloudKitStore::deleteProject(std::string_view project) {
   guardWrite();
+  const WriteBatch batch(*this);
   const std::string name = requireProject(project).recordName;
   std::vector<std::pair<std::string_view, std::string>> doomed;
   const RecordNameSet& tasks = CloudKitCache::namesIn(cache_.allTasksByHome(), name);
@@ -304,6 +309,7 @@ void CloudKitStore::writeBridgeLock(std::span<const std::string> projects,
     ~Restore() { flag = value; }
   } const restore{bridgeIsApplying_, std::exchange(bridgeIsApplying_, true)};
   guardWrite();
+  const WriteBatch batch(*this);
   for (const auto& project : projects) {
     requireProject(project);
   }

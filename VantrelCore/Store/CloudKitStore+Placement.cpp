@@ -100,6 +100,7 @@ void CloudKitStore::renumberArea(const std::string& area) {
 
 std::string CloudKitStore::addTaskBelow(std::string_view referenceTask, std::string_view title) {
   guardWrite();
+  const WriteBatch batch(*this);
   const TaskRecord reference = requireTask(referenceTask);
   const auto siblingIndexes = [&] {
     if (!reference.parentTaskRef) {
@@ -152,6 +153,7 @@ std::int64_t CloudKitStore::indexAboveFirstSection(const std::string& project) {
 
 std::string CloudKitStore::addTaskBelowHeader(std::string_view header, std::string_view title) {
   guardWrite();
+  const WriteBatch batch(*this);
   const auto found = cache_.projectSections().find(std::string(header));
   if (found == cache_.projectSections().end()) {
     throw CloudKitStoreError::recordNotFound(CKRecordTypes::projectSection, header);
@@ -173,6 +175,7 @@ std::string CloudKitStore::addTaskBelowHeader(std::string_view header, std::stri
 
 std::string CloudKitStore::addProjectBelowHeader(std::string_view areaHeader, std::string_view name) {
   guardWrite();
+  const WriteBatch batch(*this);
   const auto found = cache_.areaSections().find(std::string(areaHeader));
   if (found == cache_.areaSections().end()) {
     throw CloudKitStoreError::recordNotFound(CKRecordTypes::areaSection, areaHeader);
@@ -211,6 +214,7 @@ void CloudKitStore::setProjectSortIndex(std::string_view project, std::int64_t s
 std::string CloudKitStore::triageInboxItem(std::string_view item, std::string_view area,
                                            std::optional<std::string> project, bool alsoAppendNote) {
   guardWrite();
+  const WriteBatch batch(*this);
   const auto found = cache_.inbox().find(std::string(item));
   if (found == cache_.inbox().end()) {
     throw CloudKitStoreError::recordNotFound(CKRecordTypes::inboxItem, item);

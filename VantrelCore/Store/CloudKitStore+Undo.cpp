@@ -34,6 +34,7 @@ void CloudKitStore::deleteTask(std::string_view task) {
 
 void CloudKitStore::deleteTasks(std::span<const std::string> tasks) {
   guardWrite();
+  const WriteBatch batch(*this);
   std::set<std::string> listed;
   for (const auto& task : tasks) {
     listed.insert(requireTask(task).recordName);
@@ -71,6 +72,7 @@ void CloudKitStore::deleteTasks(std::span<const std::string> tasks) {
 
 void CloudKitStore::setTaskSchedules(std::span<const TaskSchedule> schedules) {
   guardWrite();
+  const WriteBatch batch(*this);
   std::vector<ScheduleMove> moves;
   for (const auto& schedule : schedules) {
     const std::string task = requireTask(schedule.taskID).recordName;
@@ -102,6 +104,7 @@ void CloudKitStore::undoLast() {
     return;
   }
   guardWrite();
+  const WriteBatch batch(*this);
   if (const auto* deleted = std::get_if<UndoableAction::DeleteTasks>(&lastUndoable_->action)) {
     for (const auto& snapshot : deleted->snapshots) {
       saveRecord(snapshot.task);

@@ -17,9 +17,26 @@ void CloudKitStore::guardWrite() const {
 }
 
 void CloudKitStore::enqueue(PendingRecordZoneChange change) {
-  syncEngine_->add(std::span(&change, 1));
+  if (writeBatchDepth_ > 0) {
+    batchedChanges_.push_back(std::move(change));
+    return;
+  }
+  addPendingChanges(std::span(&change, 1));
+}
+
+void CloudKitStore::addPendingChanges(std::span<const PendingRecordZoneChange> changes) {
+  if (changes.empty() || !syncEngine_) {
+    return;
+  }
+  syncEngine_->add(changes);
   updatePendingWrites();
-  lastWrite_ = WriteOutcome{environment_.clock.now(), 1, std::nullopt};
+  lastWrite_ = WriteOutcome{environment_.clock.now(), std::int64_t(changes.size()), std::nullopt};
+}
+
+CloudKitStore::WriteBatch::~WriteBatch() {
+  if (--store_.writeBatchDepth_ == 0) {
+    store_.addPendingChanges(std::exchange(store_.batchedChanges_, {}));
+  }
 }
 
 void CloudKitStore::updatePendingWrites() {

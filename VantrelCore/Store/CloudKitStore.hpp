@@ -269,9 +269,24 @@ private:
   friend class CloudKitSyncDelegate;
   friend class SharedSyncEngineDelegate;
 
+  /// While one lives, the pending changes of the writes wait, and go to the engine together when the
+  /// outermost ends: a mutation of many records then saves the engine's state once, not once per record.
+  /// Ending also after a throw, since the cache already holds what was written.
+  class WriteBatch {
+  public:
+    explicit WriteBatch(CloudKitStore& store) : store_(store) { ++store_.writeBatchDepth_; }
+    ~WriteBatch();
+    WriteBatch(const WriteBatch&) = delete;
+    WriteBatch& operator=(const WriteBatch&) = delete;
+
+  private:
+    CloudKitStore& store_;
+  };
+
   /// Refuses writes while the bridge holds the data, before start(), and before the schema is known.
   void guardWrite() const;
   void enqueue(PendingRecordZoneChange change);
+  void addPendingChanges(std::span<const PendingRecordZoneChange> changes);
   void updatePendingWrites();
   /// Finds the zone, or makes it; throws zoneSetupFailed for any other failure.
   void ensureZone();
@@ -367,6 +382,8 @@ private:
   /// The polling job; jobs on the loop hold it weakly, so it ends with the store.
   std::shared_ptr<std::function<void()>> watchPoll_;
   std::optional<UndoableAction> lastUndoable_;
+  int writeBatchDepth_ = 0;
+  std::vector<PendingRecordZoneChange> batchedChanges_;
   RandomUUIDGenerator randomUUIDs_;
 };
 

@@ -146,6 +146,8 @@ TEST_F(EntityMutationTest, DeletesLeaveNothingBehindThatNothingCanReach) {
   store().setTaskSchedule(dig, CalendarDate{2026, 3, 9}, std::nullopt);
   EXPECT_THROW(store().deleteArea(area), CloudKitStoreError);
   store().deleteProject(project);
+  EXPECT_EQ(store().lastWrite()->recordCount, 5)
+      << "project, placement, two tasks and a schedule, as one write";
   EXPECT_TRUE(cache().tasks().empty());
   EXPECT_TRUE(cache().userProjectPlacements().empty());
   EXPECT_TRUE(cache().userTaskSchedules().empty());
