@@ -1,5 +1,6 @@
 // The store's side of the private sync engine: records to send, and what the engine brings back.
 #include "VantrelCore/Store/CloudKitStore.hpp"
+#include "VantrelCore/Store/SyncErrorMessage.hpp"
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 #include "VantrelCore/Sync/CloudKitRecordError.hpp"
 #include "VantrelCore/Sync/CloudRecordArchive.hpp"
@@ -82,24 +83,33 @@ void CloudKitStore::ingest(std::span<const CloudRecord> records) {
       continue;
     }
     logger_.debug("private ingest: %{public}s/%{public}s", type, name);
-    const bool known = visitCloudKitDomainRecordType(type, [&]<class Record>() {
-      try {
-        auto entity = readCloudRecord<Record>(record);
-        if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
-          cache_.setSchemaVersion(std::move(entity));
-        } else {
-          cache_.upsert(std::move(entity));
-        }
-        taken.push_back(&record);
-      } catch (const CloudKitRecordError& error) {
-        logger_.error("Failed to parse CKRecord %s/%s: %@", type, name, error.what());
-      }
-    });
-    if (!known) {
-      logger_.error("Unknown CKRecord type: %s", type);
+    if (takeIntoCache(record)) {
+      taken.push_back(&record);
     }
   }
   keepServerCopies(taken);
+}
+
+bool CloudKitStore::takeIntoCache(const CloudRecord& record) {
+  const auto& type = record.recordType();
+  bool taken = false;
+  const bool known = visitCloudKitDomainRecordType(type, [&]<class Record>() {
+    try {
+      auto entity = readCloudRecord<Record>(record);
+      if constexpr (std::is_same_v<Record, SchemaVersionRecord>) {
+        cache_.setSchemaVersion(std::move(entity));
+      } else {
+        cache_.upsert(std::move(entity));
+      }
+      taken = true;
+    } catch (const CloudKitRecordError& error) {
+      logger_.error("Failed to parse CKRecord %s/%s: %@", type, record.recordID().recordName, error.what());
+    }
+  });
+  if (!known) {
+    logger_.error("Unknown CKRecord type: %s", type);
+  }
+  return taken;
 }
 
 void CloudKitStore::removeFromCache(std::string_view recordType, std::string_view recordName) {
@@ -163,15 +173,17 @@ void CloudKitStore::handleFailedSave(const CloudRecord& record, const CloudError
       logger_.error("serverRecordChanged with no serverRecord; cannot resolve");
       break;
     }
-    // The server's version wins whole for now; the field-by-field merge replaces this.
-    logger_.info("Conflict on %{public}s/%{public}s; taking the server's version", type, name);
-    ingest(std::span(error.serverRecord(), 1));
+    handleConflict(error);
     break;
-  case CloudErrorCode::quotaExceeded:
+  case CloudErrorCode::quotaExceeded: {
     logger_.error("CloudKit quota exceeded; surfacing banner and queuing retry");
+    auto message = SyncErrorMessage::forError(error, externalBridgeLockOwnerName_);
+    logger_.error("Quota exceeded; surfacing banner [%{public}s] and queuing %{public}s for retry", message,
+                  name);
     pendingQuotaRetries_.insert(name);
-    lastUIError_ = UIError{"Your iCloud storage is full. Free space or upgrade to keep syncing.", true};
+    lastUIError_ = UIError{std::move(message), true};
     break;
+  }
   case CloudErrorCode::zoneNotFound:
   case CloudErrorCode::userDeletedZone:
     handleZoneDeletion(CloudKitZoneDeleteReason::purgedByUser);
@@ -179,7 +191,7 @@ void CloudKitStore::handleFailedSave(const CloudRecord& record, const CloudError
   default:
     logger_.error("Unhandled save failure: code=%{public}ld type=%{public}s name=%{public}s",
                   std::int64_t(error.code()), type, name);
-    lastUIError_ = UIError{"iCloud write failed: " + error.localizedDescription(), false};
+    lastUIError_ = UIError{SyncErrorMessage::forError(error, externalBridgeLockOwnerName_), false};
     break;
   }
   updatePendingWrites();

@@ -199,6 +199,8 @@ void CloudKitStore::fetchChangesNow() {
   if (!syncEngine_) {
     return;
   }
+  // A fetch cycle is where storage freed since a quota failure shows; the parked saves go with it.
+  requeueQuotaRetries();
   std::optional<std::string> failure;
   try {
     syncEngine_->fetchChanges();

@@ -17,6 +17,9 @@
 #include "VantrelCore/Store/NewTaskOptions.hpp"
 #include "VantrelCore/Store/SharedRecordStore.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
+#include "VantrelCore/Store/SyncConflict.hpp"
+#include "VantrelCore/Store/SyncHealth.hpp"
+#include "VantrelCore/Store/SyncStatus.hpp"
 #include "VantrelCore/Store/UIError.hpp"
 #include "VantrelCore/Store/UndoableAction.hpp"
 #include "VantrelCore/Store/WriteOutcome.hpp"
@@ -25,6 +28,8 @@
 #include "VantrelCore/Sync/SyncEngine.hpp"
 
 #include <cstdint>
+#include <deque>
+#include <exception>
 #include <functional>
 #include <map>
 #include <memory>
@@ -100,6 +105,21 @@ public:
   const std::optional<UIError>& lastUIError() const { return lastUIError_; }
   void clearUIError() { lastUIError_.reset(); }
   const std::set<std::string>& pendingQuotaRetries() const { return pendingQuotaRetries_; }
+  /// The latest conflict that took a change of this device away, and the last `recentConflictLimit`.
+  const std::optional<SyncConflict>& lastConflict() const { return lastConflict_; }
+  const std::deque<SyncConflict>& recentConflicts() const { return recentConflicts_; }
+  static constexpr std::size_t recentConflictLimit = 20;
+  /// Broken without a usable account or after more than five failed fetches in a row; degraded when the
+  /// last fetch failed, writes wait over 30 seconds, the last fetch is over 300 seconds old, or more than
+  /// two fetches failed in a row; healthy otherwise.
+  SyncHealth syncHealth() const;
+  /// The fetch outcome, failures, waiting writes, conflicts and banner, to keep between runs.
+  SyncStatus syncStatus() const;
+  /// Takes back what syncStatus() gave in an earlier run; called before start(), which then clears the
+  /// waiting time when nothing waits any more.
+  void restoreSyncStatus(SyncStatus status);
+  /// Logs a write the user asked for that failed, and puts its message in the banner.
+  void reportUIWriteFailure(std::string_view operation, const std::exception& error);
   const std::optional<SnapshotStatus>& initialSnapshotLoad() const { return snapshots_.initialLoadStatus(); }
   std::optional<SnapshotStatus> lastSnapshotWrite() const { return snapshots_.lastWriteStatus(); }
   std::uint64_t snapshotWriteToken() const { return snapshots_.snapshotWriteToken(); }
@@ -305,6 +325,15 @@ private:
   void removeFetched(const CloudDeletedRecord& deleted);
   void confirmSaves(std::span<const CloudRecord> records);
   void handleFailedSave(const CloudRecord& record, const CloudError& error);
+  /// The server holds a newer version of a record this device saved: resend on the server's tag when the
+  /// newer version is this device's own save, let a waiting delete stand, take the server's version when
+  /// there is nothing to merge against, and otherwise merge field by field and resend.
+  void handleConflict(const CloudError& error);
+  void recordConflict(SyncConflict conflict, std::string notice);
+  /// Queues a save again for every record parked by a full cloud storage.
+  void requeueQuotaRetries();
+  /// Puts the record's entity into the cache, whatever waits locally; false when it cannot be read.
+  bool takeIntoCache(const CloudRecord& record);
   void handleZoneDeletion(CloudKitZoneDeleteReason reason);
   void setFetching(bool fetching) { isFetching_ = fetching; }
   /// Keeps the server's bookkeeping and a full copy of each record, the ancestor of later merges, with
@@ -372,6 +401,8 @@ private:
   int consecutiveFetchFailures_ = 0;
   std::optional<UIError> lastUIError_;
   std::set<std::string> pendingQuotaRetries_;
+  std::optional<SyncConflict> lastConflict_;
+  std::deque<SyncConflict> recentConflicts_;
   bool localBridgeFreeze_ = false;
   std::optional<std::string> externalBridgeLockOwnerName_;
   bool bridgeIsApplying_ = false;

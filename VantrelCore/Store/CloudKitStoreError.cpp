@@ -21,9 +21,12 @@ CloudKitStoreError CloudKitStoreError::areaNotEmpty(std::string_view recordName,
 
 CloudKitStoreError CloudKitStoreError::projectNotShareable(std::string_view recordName,
                                                            ShareIneligibleReason reason) {
-  return {Kind::projectNotShareable,
-          "project " + std::string(recordName) + " can't be shared (" +
-              (reason == ShareIneligibleReason::archived ? "archived" : "bridgeLocked") + ")"};
+  CloudKitStoreError error{Kind::projectNotShareable,
+                           "project " + std::string(recordName) + " can't be shared (" +
+                               (reason == ShareIneligibleReason::archived ? "archived" : "bridgeLocked") +
+                               ")"};
+  error.shareIneligibleReason_ = reason;
+  return error;
 }
 
 CloudKitStoreError CloudKitStoreError::notStarted() {

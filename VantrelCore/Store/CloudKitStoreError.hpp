@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <string_view>
@@ -34,12 +35,17 @@ public:
   static CloudKitStoreError storeFrozenByBridge();
 
   Kind kind() const noexcept { return kind_; }
+  /// Set for projectNotShareable.
+  std::optional<ShareIneligibleReason> shareIneligibleReason() const noexcept {
+    return shareIneligibleReason_;
+  }
 
 private:
   CloudKitStoreError(Kind kind, const std::string& description)
       : std::runtime_error(description), kind_(kind) {}
 
   Kind kind_;
+  std::optional<ShareIneligibleReason> shareIneligibleReason_;
 };
 
 } // namespace vantrel

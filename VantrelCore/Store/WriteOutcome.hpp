@@ -1,10 +1,13 @@
 #pragma once
 
 #include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Model/RecordField.hpp"
 
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <string_view>
+#include <tuple>
 
 namespace vantrel {
 
@@ -14,6 +17,13 @@ struct WriteOutcome {
   std::int64_t recordCount = 0;
   /// Absent on success.
   std::optional<std::string> errorDescription{};
+
+  static constexpr std::string_view typeName = "WriteOutcome";
+  static constexpr auto fields() {
+    return std::tuple{RecordField{"when", &WriteOutcome::when},
+                      RecordField{"recordCount", &WriteOutcome::recordCount},
+                      RecordField{"errorDescription", &WriteOutcome::errorDescription}};
+  }
 
   friend bool operator==(const WriteOutcome&, const WriteOutcome&) = default;
 };

@@ -1,0 +1,33 @@
+#pragma once
+
+#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Store/SyncConflict.hpp"
+#include "VantrelCore/Store/UIError.hpp"
+#include "VantrelCore/Store/WriteOutcome.hpp"
+
+#include <cstdint>
+#include <deque>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+/// How syncing has been going, apart from the data: what the status row and the banner show. A program
+/// that makes its store anew for every run keeps it between runs, so that health and conflicts carry over.
+struct SyncStatus {
+  std::optional<WriteOutcome> lastFetch{};
+  std::int64_t consecutiveFetchFailures = 0;
+  std::optional<Date> pendingSince{};
+  std::deque<SyncConflict> recentConflicts{};
+  std::optional<UIError> lastUIError{};
+
+  /// One JSON object; absent values are left out.
+  std::string encodeJSON() const;
+  /// Throws DecodingError naming the key that is wrong.
+  static SyncStatus decodeJSON(std::string_view text);
+
+  friend bool operator==(const SyncStatus&, const SyncStatus&) = default;
+};
+
+} // namespace vantrel
