@@ -2,6 +2,7 @@
 
 #include "Tools/vantrel/DayCommands.hpp"
 #include "Tools/vantrel/PlannerContext.hpp"
+#include "Tools/vantrel/StatusCommand.hpp"
 #include "Tools/vantrel/TaskCommands.hpp"
 
 #include <memory>
@@ -190,12 +191,13 @@ void addProjectCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& co
 } // namespace
 
 void addPlannerCommands(CLI::App& app, const GlobalOptions& options) {
-  auto context = std::make_shared<PlannerContext>(PlannerContext{options});
+  auto context = std::make_shared<PlannerContext>(PlannerContext{.options = options, .app = app});
   app.add_flag("--offline", context->offline, "Change the planner without sending the change");
   addAreaCommands(app, context);
   addProjectCommands(app, context);
   addTaskCommands(app, context);
   addDayCommands(app, context);
+  addStatusCommand(app, context);
   app.add_subcommand("undo", "Take back the last task deletion or move")->callback([=] {
     context->run([&](CloudKitStore& store, const CommandEnvironment&) {
       if (const auto& action = store.lastUndoable()) {

@@ -3,23 +3,44 @@
 #include "Tools/vantrel/InstantArgument.hpp"
 #include "Tools/vantrel/StoreSession.hpp"
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
+#include "VantrelCore/Sync/CloudError.hpp"
 
 #include <stdexcept>
 
 namespace vantrel::cli {
 
-void PlannerContext::run(const std::function<void(CloudKitStore&, const CommandEnvironment&)>& change) const {
+void PlannerContext::run(const Step& change, const Step& report) const {
   const auto environment = CommandEnvironment::make(options);
   StoreSession session(environment);
+  CloudKitStore& store = session.store();
+  const auto refused = [&](const std::exception& error) {
+    store.reportUIWriteFailure(commandName(), error);
+    // A refused change wrote nothing; finishing keeps the banner for `vantrel status`.
+    session.finish(true);
+    throw std::runtime_error(store.lastUIError()->summary);
+  };
   try {
-    change(session.store(), environment);
+    change(store, environment);
   } catch (const CloudKitStoreError& error) {
-    if (error.kind() == CloudKitStoreError::Kind::areaNotEmpty) {
-      throw std::runtime_error("Move or delete the projects and tasks inside this area first.");
-    }
-    throw;
+    refused(error);
+  } catch (const CloudError& error) {
+    refused(error);
   }
-  session.finish(offline);
+  if (const auto banner = session.finish(offline)) {
+    std::cerr << "vantrel: " << *banner << "\n";
+  }
+  if (report) {
+    report(store, environment);
+  }
+}
+
+std::string PlannerContext::commandName() const {
+  std::string name;
+  for (const CLI::App* command = &app; !command->get_subcommands().empty();) {
+    command = command->get_subcommands().front();
+    name += (name.empty() ? "" : " ") + command->get_name();
+  }
+  return name;
 }
 
 CalendarDate parseDay(const std::string& text) {

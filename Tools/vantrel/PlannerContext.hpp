@@ -6,6 +6,7 @@
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Store/CloudKitStore.hpp"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <functional>
 #include <iostream>
@@ -16,13 +17,20 @@
 
 namespace vantrel::cli {
 
-/// What the planner commands share: the global options, and `--offline`.
+/// What the planner commands share: the global options, `--offline`, and the program's command tree.
 struct PlannerContext {
+  using Step = std::function<void(CloudKitStore&, const CommandEnvironment&)>;
+
   const GlobalOptions& options;
+  const CLI::App& app;
   bool offline = false;
 
-  /// Runs `change` on a started store, then sends and saves. Store refusals become the user's message.
-  void run(const std::function<void(CloudKitStore&, const CommandEnvironment&)>& change) const;
+  /// Runs `change` on a started store, then sends and saves, then runs `report` (which sees what the
+  /// send and fetch brought). A refusal of the store or the cloud becomes the banner's message, thrown
+  /// as the command's error; a banner raised by the send or fetch is printed to standard error.
+  void run(const Step& change, const Step& report = {}) const;
+  /// The command being run, as typed: "task add".
+  std::string commandName() const;
 };
 
 /// A day argument, YYYY-MM-DD; throws std::invalid_argument with the user's text.

@@ -11,7 +11,8 @@
 namespace vantrel::cli {
 
 StoreSession::StoreSession(const CommandEnvironment& environment)
-    : undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json") {
+    : undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json"),
+      statusFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "sync-status.json") {
   const auto cloudFile = environment.cloudDatabaseFile();
   std::filesystem::create_directories(cloudFile.parent_path());
   store_ = std::make_unique<CloudKitStore>(
@@ -25,6 +26,15 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
                                        return std::make_unique<SQLiteCloudDatabase>(cloudFile, clock);
                                      },
                                  .automaticallySync = false});
+  const Logger logger("com.vantrel.vantrel", "CommandLine");
+  if (const auto saved = PosixFileSystem::shared().readFile(statusFile_)) {
+    try {
+      store_->restoreSyncStatus(SyncStatus::decodeJSON(*saved));
+    } catch (const DecodingError& error) {
+      logger.error("Ignoring the saved sync status: %@", error.what());
+    }
+  }
+  bannerAtStart_ = store_->lastUIError();
   store_->start();
   store_->runFirstLaunchFlow();
   owner_.drain();
@@ -32,12 +42,12 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
     try {
       store_->setLastUndoable(UndoableAction::decodeJSON(*saved));
     } catch (const DecodingError& error) {
-      Logger("com.vantrel.vantrel", "CommandLine").error("Ignoring the saved undo action: %@", error.what());
+      logger.error("Ignoring the saved undo action: %@", error.what());
     }
   }
 }
 
-void StoreSession::finish(bool offline) {
+std::optional<std::string> StoreSession::finish(bool offline) {
   if (!offline) {
     store_->syncEngine()->sendChanges();
     store_->syncNow();
@@ -50,6 +60,9 @@ void StoreSession::finish(bool offline) {
   } else {
     PosixFileSystem::shared().removeFile(undoFile_);
   }
+  AtomicFileWriter(PosixFileSystem::shared()).writeString(store_->syncStatus().encodeJSON(), statusFile_);
+  const auto& banner = store_->lastUIError();
+  return banner && banner != bannerAtStart_ ? std::optional(banner->summary) : std::nullopt;
 }
 
 } // namespace vantrel::cli

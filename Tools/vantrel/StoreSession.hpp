@@ -6,6 +6,8 @@
 
 #include <filesystem>
 #include <memory>
+#include <optional>
+#include <string>
 
 namespace vantrel::cli {
 
@@ -16,8 +18,9 @@ public:
   explicit StoreSession(const CommandEnvironment& environment);
 
   CloudKitStore& store() { return *store_; }
-  /// Sends what waits (unless offline), fetches, and writes the snapshot before the program ends.
-  void finish(bool offline);
+  /// Sends what waits (unless offline), fetches, and writes the snapshot and the sync status before the
+  /// program ends. Answers the banner message this run raised (a conflict, a failed send), if any.
+  std::optional<std::string> finish(bool offline);
 
 private:
   // A run of the command line is one turn of the owner's loop: what the store schedules runs before
@@ -28,6 +31,9 @@ private:
   /// Where the last undoable action waits for the next run: the program ends after every command, and
   /// `vantrel undo` comes as a run of its own.
   std::filesystem::path undoFile_;
+  /// Where health, conflicts and the banner wait for the next run.
+  std::filesystem::path statusFile_;
+  std::optional<UIError> bannerAtStart_;
 };
 
 } // namespace vantrel::cli

@@ -5,12 +5,15 @@
 #include "VantrelCore/Model/LastEditedFormat.hpp"
 
 #include <iomanip>
+#include <iostream>
 
 namespace vantrel::cli {
 
 void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
   StoreSession session(environment);
-  session.finish(false);
+  if (const auto banner = session.finish(false)) {
+    std::cerr << "vantrel: " << *banner << "\n";
+  }
   CloudKitStore& store = session.store();
   const auto& cloudFile = environment.cloudDatabaseFile();
 

@@ -142,6 +142,45 @@ TEST(VantrelCommand, APersonArrangesAProjectWithHeadersAndGaps) {
   EXPECT_EQ(planner("gap list 2026-03-09").substr(std::string_view("g-abcdef").size()), "  10:00  \n");
 }
 
+TEST(VantrelCommand, AConflictShowsItsBannerAndStatusRemembersIt) {
+  testing::TemporaryFolder folder;
+  const std::string cloud = " --cloud " + (folder.path() / "cloud.sqlite").string();
+  const auto device = [&](const char* name) {
+    return [&, name](const std::string& arguments) {
+      return vantrel("--profile " + (folder.path() / name).string() + cloud + " " + arguments);
+    };
+  };
+  const auto phone = device("phone");
+  const auto laptop = device("laptop");
+  ASSERT_EQ(phone("area add Errands").exitCode, 0);
+  ASSERT_EQ(phone("task add 'Buy milk' --area errands --name t-milk").exitCode, 0);
+  ASSERT_EQ(laptop("sync").exitCode, 0);
+  ASSERT_EQ(phone("--offline task rename t-milk 'Buy oat milk'").exitCode, 0);
+  ASSERT_EQ(laptop("task rename t-milk 'Buy soy milk'").exitCode, 0);
+
+  const auto conflicted = phone("sync");
+  EXPECT_EQ(conflicted.exitCode, 0) << "a conflict is news, not a failure";
+  EXPECT_NE(
+      conflicted.output.find("vantrel: Your change to the title of Buy oat milk was replaced by an edit from "
+                             "your other device. The rest of your changes were kept.\n"),
+      std::string::npos)
+      << conflicted.output;
+
+  const auto status = phone("--json status");
+  ASSERT_EQ(status.exitCode, 0) << status.output;
+  const auto json = parseJSON(status.output);
+  EXPECT_EQ(readJSONString(json["syncHealth"]), "healthy");
+  EXPECT_EQ(readJSONInt64(json["pendingWrites"]), 0);
+  EXPECT_EQ(readJSONString(json["lastConflict"]["localLabel"]), "Buy oat milk");
+  EXPECT_EQ(readJSONString(json["lastConflict"]["serverLabel"]), "Buy soy milk");
+  EXPECT_EQ(json["recentConflicts"].Size(), 1u);
+  EXPECT_NE(std::string(readJSONString(json["banner"]["summary"])).find("Buy oat milk"), std::string::npos);
+
+  ASSERT_EQ(phone("status --dismiss").exitCode, 0);
+  EXPECT_TRUE(parseJSON(phone("--offline --json status").output)["banner"].IsNull());
+  EXPECT_EQ(laptop("--offline task list").output, "t-milk  errands  [ ] Buy soy milk\n");
+}
+
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
   const struct {
     const char* arguments;
