@@ -77,9 +77,15 @@ void CloudKitStore::ingest(std::span<const CloudRecord> records) {
   for (const auto& record : records) {
     const auto& type = record.recordType();
     const auto& name = record.recordID().recordName;
-    if (!bridgeIsApplying_ && syncEngine_ &&
-        syncEngine_->state().pendingChange(record.recordID()) == PendingRecordZoneChange::Kind::saveRecord) {
+    const auto pending = syncEngine_ ? syncEngine_->state().pendingChange(record.recordID()) : std::nullopt;
+    if (!bridgeIsApplying_ && pending == PendingRecordZoneChange::Kind::saveRecord) {
       logger_.info("ingest: skipping %{public}s/%{public}s; local pending save", type, name);
+      continue;
+    }
+    // A record deleted here stays deleted: taking an older version in would bring it back, and its
+    // bookkeeping with it, so that the next edit would make it anew on the server.
+    if (pending == PendingRecordZoneChange::Kind::deleteRecord) {
+      logger_.info("ingest: skipping %{public}s/%{public}s; local pending delete", type, name);
       continue;
     }
     logger_.debug("private ingest: %{public}s/%{public}s", type, name);

@@ -111,6 +111,18 @@ TEST_F(ConflictTest, AConflictOnARecordDeletedHereSendsTheDelete) {
   EXPECT_FALSE(phone_.store().cache().tasks().contains(task_));
 }
 
+TEST_F(ConflictTest, AFetchDoesNotBringBackARecordWhoseDeleteWaits) {
+  laptop_.store().setTaskTitle(task_, "Buy soy milk");
+  laptop_.send();
+  phone_.store().deleteTask(task_);
+  phone_.fetch();
+  EXPECT_FALSE(phone_.store().cache().tasks().contains(task_));
+  sendAll(phone_);
+  laptop_.fetch();
+  EXPECT_FALSE(laptop_.store().cache().tasks().contains(task_));
+  EXPECT_EQ(laptop_.store().cache().snapshot(), phone_.store().cache().snapshot());
+}
+
 TEST_F(ConflictTest, ALostResponseAndItsRetryLoseNothing) {
   phone_.store().setTaskTitle(task_, "Buy oat milk");
   phone_.database().loseNextResponses(1);
