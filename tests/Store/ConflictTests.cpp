@@ -123,6 +123,33 @@ TEST_F(ConflictTest, AFetchDoesNotBringBackARecordWhoseDeleteWaits) {
   EXPECT_EQ(laptop_.store().cache().snapshot(), phone_.store().cache().snapshot());
 }
 
+TEST_F(ConflictTest, MeetingItsOwnConfirmedSaveADeviceResendsOnTheCurrentTag) {
+  phone_.store().setTaskTitle(task_, "Buy oat milk");
+  phone_.database().whileNextModifyIsInFlight([&] {
+    phone_.store().setTaskDone(task_, true);
+    // The second edit waits past this send.
+    phone_.database().failNextCalls(1, CloudError(CloudErrorCode::networkUnavailable));
+  });
+  try {
+    phone_.send();
+  } catch (const CloudError&) {
+    // The call that would have carried the second edit.
+  }
+  ASSERT_EQ(phone_.store().pendingWriteCount(), 1);
+  ASSERT_TRUE(phone_.store().keptConfirmedTags().contains(task_));
+  // The waiting edit goes without the tag it was kept on, so the server's version looks newer.
+  phone_.store().persistence().deleteSystemFields(CKRecordTypes::task, task_);
+  testing::ScopedLogCapture log;
+  sendAll(phone_);
+  laptop_.fetch();
+
+  EXPECT_TRUE(log.contains("Conflict with this device's own confirmed save: Task/" + task_ +
+                           "; resending on the current tag"));
+  EXPECT_EQ(taskOn(laptop_).title, "Buy oat milk");
+  EXPECT_TRUE(taskOn(laptop_).done);
+  EXPECT_FALSE(phone_.store().lastConflict());
+}
+
 TEST_F(ConflictTest, ALostResponseAndItsRetryLoseNothing) {
   phone_.store().setTaskTitle(task_, "Buy oat milk");
   phone_.database().loseNextResponses(1);
