@@ -61,8 +61,9 @@ bool calendarCanHold(const CalendarDate& date) {
          std::abs(years + monthYears + dayYears) < limit;
 }
 
-// The instant of `hour`:00 on the day; out-of-range months and days are normalised by the lenient calendar.
-std::optional<UDate> instantOf(icu::Calendar& calendar, const CalendarDate& date, int hour) {
+// The instant of `hour`:`minute` on the day; out-of-range months and days are normalised by the lenient
+// calendar.
+std::optional<UDate> instantOf(icu::Calendar& calendar, const CalendarDate& date, int hour, int minute = 0) {
   if (!calendarCanHold(date)) {
     return std::nullopt;
   }
@@ -71,6 +72,7 @@ std::optional<UDate> instantOf(icu::Calendar& calendar, const CalendarDate& date
   calendar.set(UCAL_MONTH, std::int32_t(date.month - 1));
   calendar.set(UCAL_DATE, std::int32_t(date.day));
   calendar.set(UCAL_HOUR_OF_DAY, hour);
+  calendar.set(UCAL_MINUTE, minute);
   UErrorCode status = U_ZERO_ERROR;
   const UDate millis = calendar.getTime(status);
   if (U_FAILURE(status)) {
@@ -139,6 +141,14 @@ Date CalendarDate::localNoon() const {
     return Date::fromICUMilliseconds(*millis);
   }
   return noonUTC();
+}
+
+std::optional<Date> CalendarDate::localTime(int hour, int minute) const {
+  const auto calendar = makeGregorianCalendar(DeviceSettings::timeZone());
+  if (const auto millis = instantOf(*calendar, *this, hour, minute)) {
+    return Date::fromICUMilliseconds(*millis);
+  }
+  return std::nullopt;
 }
 
 std::string CalendarDate::formatted(std::string_view pattern) const {

@@ -39,6 +39,9 @@ struct CalendarDate {
   Date noonUTC() const;
   /// 12:00 of the day in the device zone; noonUTC() when that instant cannot be formed.
   Date localNoon() const;
+  /// `hour`:`minute` of the day on the device zone's clock (a wall time that a clock change skips is read
+  /// in the offset before it); none when the calendar cannot form the day.
+  std::optional<Date> localTime(int hour, int minute = 0) const;
   /// noonUTC() formatted with an ICU pattern (UTF-8) in the device locale, zone UTC.
   std::string formatted(std::string_view pattern) const;
 

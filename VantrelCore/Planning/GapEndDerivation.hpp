@@ -1,0 +1,39 @@
+#pragma once
+
+#include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Model/GapRecord.hpp"
+#include "VantrelCore/Planning/CalendarEvent.hpp"
+#include "VantrelCore/Planning/CalendarGapPreferences.hpp"
+#include "VantrelCore/Planning/TaskGapEnd.hpp"
+
+#include <optional>
+#include <span>
+
+namespace vantrel {
+
+/// Where a user's gap starts and ends on a day. Its end is never stored: it follows from the calendar and
+/// from the day's other gaps.
+class GapEndDerivation {
+public:
+  GapEndDerivation() = delete;
+
+  /// The gap's "HH:mm" on the day in the device zone. "9:05" reads as 09:05; "24:00", "12:60", "12",
+  /// "12:00:00" and "ab:cd" read as no start. Empty pieces are dropped before counting, as in "12::30".
+  static std::optional<Date> startDate(const GapRecord& gap, const CalendarDate& day);
+  /// The first timed event, by start, that the gap starts in (an event's end is not in it).
+  static std::optional<CalendarEvent> containingEvent(const GapRecord& gap, const CalendarDate& day,
+                                                      std::span<const CalendarEvent> events);
+  /// The gap's derived end and its reason, against the other gaps of `allGaps` and the user's window.
+  static std::optional<TaskGapEnd> info(const GapRecord& gap, const CalendarDate& day,
+                                        std::span<const GapRecord> allGaps,
+                                        std::span<const CalendarEvent> events,
+                                        const CalendarGapPreferences& preferences);
+  /// Until when the gap counts as the current one: its derived end; for a gap without one, the day's
+  /// start when it starts before it, else the next midnight.
+  static std::optional<Date> currentUntil(const GapRecord& gap, const CalendarDate& day,
+                                          std::span<const GapRecord> allGaps,
+                                          std::span<const CalendarEvent> events,
+                                          const CalendarGapPreferences& preferences);
+};
+
+} // namespace vantrel
