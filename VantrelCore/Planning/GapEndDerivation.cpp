@@ -40,7 +40,7 @@ std::vector<std::string_view> nonEmptyPieces(std::string_view text, char separat
 
 } // namespace
 
-std::optional<Date> GapEndDerivation::startDate(const GapRecord& gap, const CalendarDate& day) {
+std::optional<std::pair<int, int>> GapEndDerivation::startClock(const GapRecord& gap) {
   const auto pieces = nonEmptyPieces(gap.time, ':');
   if (pieces.size() != 2) {
     return std::nullopt;
@@ -50,7 +50,12 @@ std::optional<Date> GapEndDerivation::startDate(const GapRecord& gap, const Cale
   if (!hour || !minute || *hour < 0 || *hour > 23 || *minute < 0 || *minute > 59) {
     return std::nullopt;
   }
-  return day.localTime(*hour, *minute);
+  return std::pair(*hour, *minute);
+}
+
+std::optional<Date> GapEndDerivation::startDate(const GapRecord& gap, const CalendarDate& day) {
+  const auto clock = startClock(gap);
+  return clock ? day.localTime(clock->first, clock->second) : std::nullopt;
 }
 
 std::optional<CalendarEvent> GapEndDerivation::containingEvent(const GapRecord& gap, const CalendarDate& day,

@@ -8,6 +8,7 @@
 
 #include <optional>
 #include <span>
+#include <utility>
 
 namespace vantrel {
 
@@ -20,6 +21,8 @@ public:
   /// The gap's "HH:mm" on the day in the device zone. "9:05" reads as 09:05; "24:00", "12:60", "12",
   /// "12:00:00" and "ab:cd" read as no start. Empty pieces are dropped before counting, as in "12::30".
   static std::optional<Date> startDate(const GapRecord& gap, const CalendarDate& day);
+  /// The hour and minute startDate() reads from the gap's time.
+  static std::optional<std::pair<int, int>> startClock(const GapRecord& gap);
   /// The first timed event, by start, that the gap starts in (an event's end is not in it).
   static std::optional<CalendarEvent> containingEvent(const GapRecord& gap, const CalendarDate& day,
                                                       std::span<const CalendarEvent> events);

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "VantrelCore/Planning/ScheduledGapReminder.hpp"
+#include "VantrelCore/Planning/UserNotificationCenter.hpp"
+#include "VantrelCore/Platform/Logger.hpp"
+
+#include <span>
+#include <string_view>
+
+namespace vantrel {
+
+/// The notification permission and the gap reminders scheduled with the platform.
+class NotificationsController {
+public:
+  /// The flag, in the standard preferences, that lets gap reminders be scheduled at all.
+  static constexpr std::string_view gapRemindersEnabledKey = "com.vantrel.notifications.gapReminders.enabled";
+
+  explicit NotificationsController(UserNotificationCenter& center);
+
+  NotificationAuthState status() const { return status_; }
+  void refreshStatus();
+  /// Asks for permission; refreshes the status and answers whether it was granted.
+  bool requestAuthorization();
+  /// Replaces every pending gap reminder with `reminders`; requests of other kinds stay. Does nothing
+  /// without permission.
+  void rescheduleGapReminders(std::span<const ScheduledGapReminder> reminders);
+
+private:
+  UserNotificationCenter& center_;
+  NotificationAuthState status_ = NotificationAuthState::notDetermined;
+  Logger logger_;
+};
+
+} // namespace vantrel
