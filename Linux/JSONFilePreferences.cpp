@@ -1,5 +1,6 @@
 #include "Linux/JSONFilePreferences.hpp"
 
+#include "Linux/ExclusiveFileLock.hpp"
 #include "Linux/PreferencesFileError.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
@@ -177,37 +178,6 @@ std::string encodeValues(const PreferenceMap& values) {
   writer.endObject();
   return std::string(writer.text()) + "\n";
 }
-
-/// Holds an exclusive flock on a lock file beside the preferences, never on the preferences file itself:
-/// that file is replaced by rename, and a lock on a replaced inode would guard nothing. The lock file is
-/// left in place; deleting it would let two writers lock different inodes.
-class ExclusiveFileLock {
-public:
-  explicit ExclusiveFileLock(const std::filesystem::path& path) {
-    do {
-      fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-    } while (fd_ < 0 && errno == EINTR);
-    if (fd_ < 0) {
-      throw FileSystemError("open", path, errno);
-    }
-    int result = 0;
-    do {
-      result = ::flock(fd_, LOCK_EX);
-    } while (result != 0 && errno == EINTR);
-    if (result != 0) {
-      const int lockError = errno;
-      ::close(fd_);
-      throw FileSystemError("flock", path, lockError);
-    }
-  }
-  /// Closing the descriptor releases the lock.
-  ~ExclusiveFileLock() { ::close(fd_); }
-  ExclusiveFileLock(const ExclusiveFileLock&) = delete;
-  ExclusiveFileLock& operator=(const ExclusiveFileLock&) = delete;
-
-private:
-  int fd_ = -1;
-};
 
 std::int64_t nanoseconds(const timespec& time) {
   return std::int64_t(time.tv_sec) * 1'000'000'000 + time.tv_nsec;

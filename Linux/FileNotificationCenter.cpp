@@ -1,0 +1,226 @@
+#include "Linux/FileNotificationCenter.hpp"
+
+#include "Linux/ExclusiveFileLock.hpp"
+#include "VantrelCore/JSON/JSONValue.hpp"
+#include "VantrelCore/JSON/JSONWriter.hpp"
+#include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Platform/AtomicFileWriter.hpp"
+
+#include <algorithm>
+#include <stdexcept>
+
+namespace vantrel {
+namespace {
+
+constexpr std::string_view authorizationNames[] = {"notDetermined", "granted", "denied"};
+
+NotificationAuthState authorizationNamed(std::string_view name) {
+  for (std::size_t index = 0; index < std::size(authorizationNames); ++index) {
+    if (authorizationNames[index] == name) {
+      return NotificationAuthState(index);
+    }
+  }
+  throw DecodingError(DecodingError::Kind::dataCorrupted, "authorization",
+                      "unknown authorization '" + std::string(name) + "'");
+}
+
+std::string_view textMember(const rapidjson::Value& object, const char* key) {
+  const auto found = object.FindMember(key);
+  if (found == object.MemberEnd()) {
+    throw DecodingError(DecodingError::Kind::keyNotFound, key, std::string("missing key '") + key + "'");
+  }
+  return readJSONString(found->value);
+}
+
+int intMember(const rapidjson::Value& object, const char* key) {
+  const auto found = object.FindMember(key);
+  if (found == object.MemberEnd()) {
+    throw DecodingError(DecodingError::Kind::keyNotFound, key, std::string("missing key '") + key + "'");
+  }
+  return int(readJSONInt64(found->value));
+}
+
+} // namespace
+
+struct FileNotificationCenter::Contents {
+  NotificationAuthState authorization = NotificationAuthState::notDetermined;
+  int badge = 0;
+  std::vector<NotificationRequest> pending{};
+};
+
+FileNotificationCenter::FileNotificationCenter(std::filesystem::path file, FileSystem& fileSystem)
+    : file_(std::move(file)), fileSystem_(fileSystem) {}
+
+std::filesystem::path FileNotificationCenter::defaultFile(const VantrelPaths& paths) {
+  return paths.appGroupContainerDirectory / "Vantrel" / "notifications.json";
+}
+
+FileNotificationCenter::Contents FileNotificationCenter::read() const {
+  const auto text = fileSystem_.readFile(file_);
+  Contents contents;
+  if (!text) {
+    return contents;
+  }
+  try {
+    const auto document = parseJSON(*text);
+    const auto& object = readJSONObject(document);
+    contents.authorization = authorizationNamed(textMember(object, "authorization"));
+    contents.badge = intMember(object, "badge");
+    const auto pending = object.FindMember("pending");
+    if (pending == object.MemberEnd() || !pending->value.IsArray()) {
+      throw DecodingError(DecodingError::Kind::typeMismatch, "pending", "pending must be an array");
+    }
+    for (const auto& entry : pending->value.GetArray()) {
+      NotificationRequest request{.identifier = std::string(textMember(entry, "identifier")),
+                                  .title = std::string(textMember(entry, "title")),
+                                  .year = intMember(entry, "year"),
+                                  .month = intMember(entry, "month"),
+                                  .day = intMember(entry, "day"),
+                                  .hour = intMember(entry, "hour"),
+                                  .minute = intMember(entry, "minute")};
+      if (const auto body = entry.FindMember("body"); body != entry.MemberEnd()) {
+        request.body = std::string(readJSONString(body->value));
+      }
+      if (const auto sound = entry.FindMember("playsSound"); sound != entry.MemberEnd()) {
+        request.playsSound = readJSONBool(sound->value);
+      }
+      contents.pending.push_back(std::move(request));
+    }
+  } catch (const DecodingError& error) {
+    throw std::runtime_error("notification file " + file_.string() + " cannot be read: " + error.what());
+  }
+  return contents;
+}
+
+void FileNotificationCenter::write(const Contents& contents) {
+  JSONWriter json;
+  json.startObject();
+  json.key("authorization");
+  json.string(authorizationNames[std::size_t(contents.authorization)]);
+  json.key("badge");
+  json.int64(contents.badge);
+  json.key("pending");
+  json.startArray();
+  for (const auto& request : contents.pending) {
+    json.startObject();
+    json.key("identifier");
+    json.string(request.identifier);
+    json.key("title");
+    json.string(request.title);
+    if (request.body) {
+      json.key("body");
+      json.string(*request.body);
+    }
+    json.key("playsSound");
+    json.boolean(request.playsSound);
+    for (const auto& [key, value] : {std::pair{"year", request.year},
+                                     {"month", request.month},
+                                     {"day", request.day},
+                                     {"hour", request.hour},
+                                     {"minute", request.minute}}) {
+      json.key(key);
+      json.int64(value);
+    }
+    json.endObject();
+  }
+  json.endArray();
+  json.endObject();
+  std::filesystem::create_directories(file_.parent_path());
+  AtomicFileWriter(fileSystem_).writeString(std::string(json.text()) + "\n", file_);
+}
+
+template <class Change> auto FileNotificationCenter::update(Change&& change) {
+  std::filesystem::create_directories(file_.parent_path());
+  const ExclusiveFileLock lock(file_.string() + ".lock");
+  Contents contents = read();
+  if constexpr (std::is_void_v<decltype(change(contents))>) {
+    change(contents);
+    write(contents);
+  } else {
+    auto result = change(contents);
+    write(contents);
+    return result;
+  }
+}
+
+NotificationAuthState FileNotificationCenter::authorizationStatus() const {
+  return read().authorization;
+}
+
+bool FileNotificationCenter::requestAuthorization() {
+  // A person who turned notifications off here keeps them off until they say otherwise.
+  return update([](Contents& contents) {
+    if (contents.authorization == NotificationAuthState::notDetermined) {
+      contents.authorization = NotificationAuthState::granted;
+    }
+    return contents.authorization == NotificationAuthState::granted;
+  });
+}
+
+std::vector<NotificationRequest> FileNotificationCenter::pendingRequests() const {
+  return read().pending;
+}
+
+void FileNotificationCenter::add(const NotificationRequest& request) {
+  if (!fireDate(request)) {
+    throw std::runtime_error("no such time: " + request.identifier);
+  }
+  update([&](Contents& contents) {
+    std::erase_if(contents.pending,
+                  [&](const NotificationRequest& held) { return held.identifier == request.identifier; });
+    contents.pending.push_back(request);
+  });
+}
+
+void FileNotificationCenter::removePendingRequests(std::span<const std::string> identifiers) {
+  update([&](Contents& contents) {
+    std::erase_if(contents.pending, [&](const NotificationRequest& held) {
+      return std::ranges::find(identifiers, held.identifier) != identifiers.end();
+    });
+  });
+}
+
+void FileNotificationCenter::setBadgeCount(int count) {
+  update([&](Contents& contents) { contents.badge = count; });
+}
+
+int FileNotificationCenter::badgeCount() const {
+  return read().badge;
+}
+
+std::optional<Date> FileNotificationCenter::fireDate(const NotificationRequest& request) {
+  return CalendarDate{request.year, request.month, request.day}.localTime(request.hour, request.minute);
+}
+
+std::vector<NotificationRequest> FileNotificationCenter::takeDue(Date now) {
+  return update([&](Contents& contents) {
+    std::vector<std::pair<Date, NotificationRequest>> due;
+    std::erase_if(contents.pending, [&](const NotificationRequest& request) {
+      const auto fires = fireDate(request);
+      if (fires && *fires <= now) {
+        due.emplace_back(*fires, request);
+        return true;
+      }
+      return false;
+    });
+    std::ranges::stable_sort(due, {}, &std::pair<Date, NotificationRequest>::first);
+    std::vector<NotificationRequest> requests;
+    for (auto& [fires, request] : due) {
+      requests.push_back(std::move(request));
+    }
+    return requests;
+  });
+}
+
+std::optional<Date> FileNotificationCenter::nextFireDate() const {
+  std::optional<Date> next;
+  for (const auto& request : read().pending) {
+    if (const auto fires = fireDate(request); fires && (!next || *fires < *next)) {
+      next = fires;
+    }
+  }
+  return next;
+}
+
+} // namespace vantrel

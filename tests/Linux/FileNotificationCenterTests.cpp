@@ -1,0 +1,123 @@
+#include "Linux/FileNotificationCenter.hpp"
+#include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Planning/NotificationsController.hpp"
+#include "tests/Support/ScopedDeviceSettings.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
+
+#include <fstream>
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vantrel {
+namespace {
+
+NotificationRequest at(std::string identifier, int hour, int minute = 0) {
+  return NotificationRequest{.identifier = std::move(identifier),
+                             .title = "Gap starting",
+                             .body = "Starts at " + std::to_string(hour),
+                             .year = 2026,
+                             .month = 3,
+                             .day = 7,
+                             .hour = hour,
+                             .minute = minute};
+}
+
+class FileNotificationCenterTest : public ::testing::Test {
+protected:
+  testing::ScopedDeviceSettings settings_{"Europe/Berlin"};
+  testing::TemporaryFolder folder_;
+  std::filesystem::path file_ = folder_.path() / "group" / "notifications.json";
+};
+
+TEST_F(FileNotificationCenterTest, RequestsPermissionAndTheBadgeOutliveTheObject) {
+  {
+    FileNotificationCenter center(file_);
+    EXPECT_EQ(center.authorizationStatus(), NotificationAuthState::notDetermined);
+    EXPECT_TRUE(center.requestAuthorization());
+    center.add(at("vt.gap.a", 9));
+    center.add(at("vt.gap.b", 13, 30));
+    center.add(at("vt.gap.a", 10));
+    center.setBadgeCount(4);
+  }
+  FileNotificationCenter reopened(file_);
+  EXPECT_EQ(reopened.authorizationStatus(), NotificationAuthState::granted);
+  EXPECT_EQ(reopened.badgeCount(), 4);
+  const auto pending = reopened.pendingRequests();
+  ASSERT_EQ(pending.size(), 2u);
+  EXPECT_EQ(pending[0], at("vt.gap.b", 13, 30));
+  EXPECT_EQ(pending[1], at("vt.gap.a", 10)) << "a request added again replaces the one it names";
+  EXPECT_EQ(reopened.nextFireDate(), (CalendarDate{2026, 3, 7}.localTime(10)));
+}
+
+TEST_F(FileNotificationCenterTest, ADueRequestIsHandedOutOnce) {
+  FileNotificationCenter planner(file_);
+  FileNotificationCenter agent(file_);
+  planner.add(at("vt.gap.late", 18));
+  planner.add(at("vt.gap.noon", 12));
+  planner.add(at("vt.gap.morning", 9));
+  const Date afternoon = *CalendarDate{2026, 3, 7}.localTime(15);
+  const auto due = agent.takeDue(afternoon);
+  ASSERT_EQ(due.size(), 2u);
+  EXPECT_EQ(due[0].identifier, "vt.gap.morning");
+  EXPECT_EQ(due[1].identifier, "vt.gap.noon");
+  EXPECT_TRUE(planner.takeDue(afternoon).empty());
+  EXPECT_EQ(planner.pendingRequests().size(), 1u);
+}
+
+TEST_F(FileNotificationCenterTest, TwoProcessesAddingAtOnceLoseNothing) {
+  constexpr int perProcess = 25;
+  std::vector<pid_t> children;
+  for (int process = 0; process < 2; ++process) {
+    const pid_t child = ::fork();
+    ASSERT_GE(child, 0);
+    if (child == 0) {
+      FileNotificationCenter center(file_);
+      for (int index = 0; index < perProcess; ++index) {
+        center.add(at("vt.gap.p" + std::to_string(process) + "-" + std::to_string(index), 9));
+      }
+      ::_exit(0);
+    }
+    children.push_back(child);
+  }
+  for (const pid_t child : children) {
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  EXPECT_EQ(FileNotificationCenter(file_).pendingRequests().size(), std::size_t(2 * perProcess));
+}
+
+TEST_F(FileNotificationCenterTest, AFileThatCannotBeReadIsNeverOverwritten) {
+  std::filesystem::create_directories(file_.parent_path());
+  std::ofstream(file_) << "{\"authorization\": \"maybe\"}";
+  FileNotificationCenter center(file_);
+  EXPECT_THROW(center.pendingRequests(), std::runtime_error);
+  EXPECT_THROW(center.add(at("vt.gap.a", 9)), std::runtime_error);
+  std::ifstream kept(file_);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "{\"authorization\": \"maybe\"}");
+}
+
+TEST_F(FileNotificationCenterTest, TheControllerReschedulesThroughTheFile) {
+  FileNotificationCenter center(file_);
+  center.requestAuthorization();
+  center.add(at("other.kind", 8));
+  NotificationsController controller(center);
+  const std::vector<ScheduledGapReminder> reminders{
+      {.identifier = "vt.gap.g-1.2026-03-07",
+       .title = "Gap starting",
+       .year = 2026,
+       .month = 3,
+       .day = 7,
+       .hour = 9},
+  };
+  controller.rescheduleGapReminders(reminders);
+  controller.rescheduleGapReminders(reminders);
+  const auto pending = center.pendingRequests();
+  ASSERT_EQ(pending.size(), 2u);
+  EXPECT_EQ(pending[0].identifier, "other.kind");
+  EXPECT_EQ(pending[1].identifier, "vt.gap.g-1.2026-03-07");
+}
+
+} // namespace
+} // namespace vantrel
