@@ -1,0 +1,29 @@
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <string_view>
+
+struct sd_bus;
+
+namespace vantrel {
+
+/// Shows notifications through the desktop's notification server (org.freedesktop.Notifications on the
+/// session bus), as "Vantrel". Throws std::runtime_error with the bus's own error text.
+class DesktopNotifier {
+public:
+  /// Connects to the session bus at `busAddress`, or to the user's session bus.
+  explicit DesktopNotifier(const std::optional<std::string>& busAddress = std::nullopt);
+  ~DesktopNotifier();
+  DesktopNotifier(const DesktopNotifier&) = delete;
+  DesktopNotifier& operator=(const DesktopNotifier&) = delete;
+
+  /// Answers the id the server gave the notification.
+  std::uint32_t show(std::string_view summary, const std::optional<std::string>& body, bool playsSound);
+
+private:
+  sd_bus* bus_ = nullptr;
+};
+
+} // namespace vantrel
