@@ -2,6 +2,7 @@
 
 #include "Tools/vantrel/DayCommands.hpp"
 #include "Tools/vantrel/PlannerContext.hpp"
+#include "Tools/vantrel/ReminderCommands.hpp"
 #include "Tools/vantrel/StatusCommand.hpp"
 #include "Tools/vantrel/TaskCommands.hpp"
 
@@ -198,6 +199,7 @@ void addPlannerCommands(CLI::App& app, const GlobalOptions& options) {
   addTaskCommands(app, context);
   addDayCommands(app, context);
   addStatusCommand(app, context);
+  addReminderCommands(app, context);
   app.add_subcommand("undo", "Take back the last task deletion or move")->callback([=] {
     context->run([&](CloudKitStore& store, const CommandEnvironment&) {
       if (const auto& action = store.lastUndoable()) {

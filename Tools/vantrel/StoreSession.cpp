@@ -2,6 +2,7 @@
 
 #include "Linux/PosixFileSystem.hpp"
 #include "Linux/SQLiteCloudDatabase.hpp"
+#include "Tools/vantrel/ReminderSchedule.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/AtomicFileWriter.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
@@ -12,7 +13,8 @@ namespace vantrel::cli {
 
 StoreSession::StoreSession(const CommandEnvironment& environment)
     : undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json"),
-      statusFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "sync-status.json") {
+      statusFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "sync-status.json"),
+      environment_(environment) {
   const auto cloudFile = environment.cloudDatabaseFile();
   std::filesystem::create_directories(cloudFile.parent_path());
   store_ = std::make_unique<CloudKitStore>(
@@ -61,6 +63,14 @@ std::optional<std::string> StoreSession::finish(bool offline) {
     PosixFileSystem::shared().removeFile(undoFile_);
   }
   AtomicFileWriter(PosixFileSystem::shared()).writeString(store_->syncStatus().encodeJSON(), statusFile_);
+  // Gaps, their bells or the day may have changed: the week's reminders follow.
+  if (gapRemindersEnabled(environment_)) {
+    try {
+      rescheduleGapReminders(store_->cache(), environment_);
+    } catch (const std::exception& error) {
+      Logger("com.vantrel.vantrel", "CommandLine").error("Gap reminders not rescheduled: %@", error.what());
+    }
+  }
   const auto& banner = store_->lastUIError();
   return banner && banner != bannerAtStart_ ? std::optional(banner->summary) : std::nullopt;
 }

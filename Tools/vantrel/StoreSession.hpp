@@ -34,6 +34,7 @@ private:
   /// Where health, conflicts and the banner wait for the next run.
   std::filesystem::path statusFile_;
   std::optional<UIError> bannerAtStart_;
+  const CommandEnvironment& environment_;
 };
 
 } // namespace vantrel::cli

@@ -1,4 +1,5 @@
 #include "VantrelCore/JSON/JSONValue.hpp"
+#include "tests/Support/PrivateSessionBus.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <algorithm>
@@ -179,6 +180,35 @@ TEST(VantrelCommand, AConflictShowsItsBannerAndStatusRemembersIt) {
   ASSERT_EQ(phone("status --dismiss").exitCode, 0);
   EXPECT_TRUE(parseJSON(phone("--offline --json status").output)["banner"].IsNull());
   EXPECT_EQ(laptop("--offline task list").output, "t-milk  errands  [ ] Buy soy milk\n");
+}
+
+TEST(VantrelCommand, RemindersRunShowsDueRemindersOnceAndLeavesTheOthers) {
+  testing::TemporaryFolder folder;
+  testing::PrivateSessionBus bus;
+  testing::RecordingNotificationServer server(bus.address());
+  const auto at = [&](const std::string& now, const std::string& arguments) {
+    const auto run = vantrel("--offline --tz Europe/Berlin --now " + now + " --profile " +
+                             folder.path().string() + " " + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+    return run.output;
+  };
+  at("2026-03-07T10:00", "gap add 2026-03-07 14:30 --label 'Deep work' --reminder --name g-deep");
+  at("2026-03-07T10:00", "gap add 2026-03-07 17:00 --reminder --name g-late");
+  at("2026-03-07T10:00", "gap add 2026-03-07 16:00 --name g-quiet");
+  at("2026-03-07T10:00", "reminders on");
+  EXPECT_EQ(std::ranges::count(at("2026-03-07T10:00", "reminders list"), '\n'), 2);
+
+  EXPECT_EQ(at("2026-03-07T14:00", "reminders run --bus " + bus.address()), "");
+  EXPECT_EQ(at("2026-03-07T14:31", "reminders run --bus " + bus.address()),
+            "shown vt.gap.g-deep.2026-03-07  Gap starting: Deep work\n");
+  EXPECT_EQ(at("2026-03-07T14:45", "reminders run --bus " + bus.address()), "");
+  const auto shown = server.shown();
+  ASSERT_EQ(shown.size(), 1u);
+  EXPECT_EQ(shown[0].body, "Starts at 2:30 PM");
+  EXPECT_EQ(at("2026-03-07T14:45", "reminders list").find("vt.gap.g-late.2026-03-07"), 0u);
+
+  at("2026-03-07T14:50", "reminders off");
+  EXPECT_EQ(at("2026-03-07T14:50", "reminders list"), "");
 }
 
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {

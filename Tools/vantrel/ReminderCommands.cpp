@@ -1,0 +1,142 @@
+#include "Tools/vantrel/ReminderCommands.hpp"
+
+#include "Linux/DesktopNotifier.hpp"
+#include "Linux/FileNotificationCenter.hpp"
+#include "Linux/JSONFilePreferences.hpp"
+#include "Tools/vantrel/ReminderSchedule.hpp"
+#include "VantrelCore/Model/LastEditedFormat.hpp"
+#include "VantrelCore/Planning/NotificationsController.hpp"
+
+#include <array>
+#include <cerrno>
+#include <poll.h>
+#include <stdexcept>
+#include <sys/inotify.h>
+#include <sys/timerfd.h>
+#include <unistd.h>
+
+namespace vantrel::cli {
+namespace {
+
+/// Shows the reminders whose time has come, each once; one that cannot be shown goes back to wait.
+/// Answers how many could not be shown.
+int showDue(FileNotificationCenter& center, DesktopNotifier& notifier, Date now) {
+  int failed = 0;
+  for (const auto& request : center.takeDue(now)) {
+    try {
+      notifier.show(request.title, request.body, request.playsSound);
+      std::cout << "shown " << request.identifier << "  " << request.title << std::endl;
+    } catch (const std::exception& error) {
+      center.add(request);
+      std::cerr << "vantrel: " << request.identifier << " not shown: " << error.what() << std::endl;
+      ++failed;
+    }
+  }
+  return failed;
+}
+
+/// A descriptor closed with its owner.
+class Descriptor {
+public:
+  explicit Descriptor(int fd, const char* what) : fd_(fd) {
+    if (fd_ < 0) {
+      throw std::runtime_error(std::string(what) + " failed: " + std::strerror(errno));
+    }
+  }
+  ~Descriptor() { ::close(fd_); }
+  Descriptor(const Descriptor&) = delete;
+  Descriptor& operator=(const Descriptor&) = delete;
+  int get() const { return fd_; }
+
+private:
+  int fd_;
+};
+
+/// Sleeps until the next reminder is due, the notification file changes (a new schedule), or the clock
+/// is set (the wall-clock time the next one waits for moved).
+[[noreturn]] void runAgent(FileNotificationCenter& center, DesktopNotifier& notifier, const Clock& clock) {
+  std::filesystem::create_directories(center.file().parent_path());
+  const Descriptor changes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1");
+  if (::inotify_add_watch(changes.get(), center.file().parent_path().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO) <
+      0) {
+    throw std::runtime_error("cannot watch " + center.file().parent_path().string());
+  }
+  const Descriptor timer(::timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create");
+  while (true) {
+    showDue(center, notifier, clock.now());
+    itimerspec wake{};
+    if (const auto next = center.nextFireDate()) {
+      const double seconds = std::max(next->unixSeconds(), 1.0);
+      wake.it_value.tv_sec = time_t(seconds);
+      wake.it_value.tv_nsec = long((seconds - double(wake.it_value.tv_sec)) * 1e9);
+    } else {
+      // Nothing waits: an hour's sleep still notices a set clock; the file's changes wake it sooner.
+      wake.it_value.tv_sec = time_t(clock.now().unixSeconds()) + 3600;
+    }
+    if (::timerfd_settime(timer.get(), TFD_TIMER_ABSTIME | TFD_TIMER_CANCEL_ON_SET, &wake, nullptr) != 0) {
+      throw std::runtime_error(std::string("timerfd_settime failed: ") + std::strerror(errno));
+    }
+    std::array<pollfd, 2> waits{pollfd{timer.get(), POLLIN, 0}, pollfd{changes.get(), POLLIN, 0}};
+    while (::poll(waits.data(), waits.size(), -1) < 0 && errno == EINTR) {
+    }
+    std::array<char, 4096> drained{};
+    while (::read(changes.get(), drained.data(), drained.size()) > 0) {
+    }
+    std::uint64_t expirations = 0;
+    // A set clock makes the read fail with ECANCELED; either way the loop looks again.
+    [[maybe_unused]] const auto read = ::read(timer.get(), &expirations, sizeof expirations);
+  }
+}
+
+} // namespace
+
+void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& context) {
+  auto* reminders =
+      app.add_subcommand("reminders", "Gap reminders: on, off, list, run, agent")->require_subcommand(1);
+  auto bus = std::make_shared<std::optional<std::string>>();
+  for (const bool on : {true, false}) {
+    reminders
+        ->add_subcommand(on ? "on" : "off", on ? "Schedule reminders of the gaps that ask for one"
+                                               : "Schedule no gap reminders; the gaps keep their bells")
+        ->callback([=] {
+          context->run([on](CloudKitStore& store, const CommandEnvironment& environment) {
+            JSONFilePreferences::standard(environment.paths())
+                ->setValue(NotificationsController::gapRemindersEnabledKey, on);
+            FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+            if (on && !center.requestAuthorization()) {
+              throw std::runtime_error("Notifications are off. Open Settings to turn them on");
+            }
+            rescheduleGapReminders(store.cache(), environment);
+          });
+        });
+  }
+  reminders->add_subcommand("list", "List the reminders waiting for their time")->callback([=] {
+    const auto environment = CommandEnvironment::make(context->options);
+    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+    for (const auto& request : center.pendingRequests()) {
+      const auto fires = FileNotificationCenter::fireDate(request);
+      std::cout << request.identifier << "  " << (fires ? LastEditedFormat::string(*fires) : "?") << "  "
+                << request.title << "\n";
+    }
+  });
+  auto* run = reminders->add_subcommand("run", "Show the reminders that are due, once, and exit");
+  run->add_option("--bus", *bus, "The session bus address (default: the user's session bus)");
+  run->callback([=] {
+    const auto environment = CommandEnvironment::make(context->options);
+    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+    DesktopNotifier notifier(*bus);
+    if (showDue(center, notifier, environment.clock().now()) > 0) {
+      throw std::runtime_error("some reminders could not be shown; they wait for the next run");
+    }
+  });
+  auto* agent = reminders->add_subcommand("agent", "Stay running and show each reminder when it is due");
+  agent->add_option("--bus", *bus, "The session bus address (default: the user's session bus)");
+  agent->callback([=] {
+    const auto environment = CommandEnvironment::make(context->options);
+    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+    DesktopNotifier notifier(*bus);
+    runAgent(center, notifier, environment.clock());
+  });
+}
+
+} // namespace vantrel::cli
