@@ -86,6 +86,15 @@ std::vector<CalendarGap> CalendarGapEngine::openWindows(const CalendarDate& day,
   return compute(day, events, preferences.dayStartHour(), preferences.dayEndHour(), preferences.minMinutes());
 }
 
+const CalendarEvent* CalendarGapEngine::containingEvent(Date instant, std::span<const CalendarEvent> events) {
+  for (const auto* event : timedByStart(events)) {
+    if (instant >= event->start && instant < event->end) {
+      return event;
+    }
+  }
+  return nullptr;
+}
+
 std::optional<TaskGapEnd> CalendarGapEngine::endTime(Date start, const CalendarDate& day,
                                                      std::span<const CalendarEvent> events,
                                                      std::span<const Date> otherTaskGapStarts,
@@ -94,12 +103,10 @@ std::optional<TaskGapEnd> CalendarGapEngine::endTime(Date start, const CalendarD
   if (!window) {
     return std::nullopt;
   }
-  const auto timed = timedByStart(events);
-  for (const auto* event : timed) {
-    if (start >= event->start && start < event->end) {
-      return TaskGapEnd{event->end, TaskGapEndSource::containingEvent};
-    }
+  if (const auto* event = containingEvent(start, events)) {
+    return TaskGapEnd{event->end, TaskGapEndSource::containingEvent};
   }
+  const auto timed = timedByStart(events);
   enum class Zone { before, inside, after };
   const auto zoneOf = [&](Date instant) {
     return instant < window->start ? Zone::before : instant >= window->end ? Zone::after : Zone::inside;

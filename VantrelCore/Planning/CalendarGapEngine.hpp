@@ -32,6 +32,8 @@ public:
   /// The end of a gap starting at `start`: the end of the timed event it starts in; otherwise the first
   /// event start or other gap start after it in the same part of the day (before, inside or after the
   /// window), or the window's end for a start inside it. None when the window is empty.
+  /// The first timed event, by start, that `instant` falls in (an event's end is not in it); null when none.
+  static const CalendarEvent* containingEvent(Date instant, std::span<const CalendarEvent> events);
   static std::optional<TaskGapEnd> endTime(Date start, const CalendarDate& day,
                                            std::span<const CalendarEvent> events,
                                            std::span<const Date> otherTaskGapStarts,

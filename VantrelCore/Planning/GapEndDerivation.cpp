@@ -64,19 +64,8 @@ std::optional<CalendarEvent> GapEndDerivation::containingEvent(const GapRecord& 
   if (!start) {
     return std::nullopt;
   }
-  std::vector<const CalendarEvent*> timed;
-  for (const auto& event : events) {
-    if (!event.isAllDay) {
-      timed.push_back(&event);
-    }
-  }
-  std::ranges::stable_sort(timed, {}, [](const CalendarEvent* event) { return event->start; });
-  for (const auto* event : timed) {
-    if (*start >= event->start && *start < event->end) {
-      return *event;
-    }
-  }
-  return std::nullopt;
+  const auto* event = CalendarGapEngine::containingEvent(*start, events);
+  return event ? std::optional(*event) : std::nullopt;
 }
 
 std::optional<TaskGapEnd> GapEndDerivation::info(const GapRecord& gap, const CalendarDate& day,
