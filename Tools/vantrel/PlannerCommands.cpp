@@ -1,5 +1,6 @@
 #include "Tools/vantrel/PlannerCommands.hpp"
 
+#include "Tools/vantrel/CalendarCommands.hpp"
 #include "Tools/vantrel/DayCommands.hpp"
 #include "Tools/vantrel/PlannerContext.hpp"
 #include "Tools/vantrel/ReminderCommands.hpp"
@@ -200,6 +201,7 @@ void addPlannerCommands(CLI::App& app, const GlobalOptions& options) {
   addDayCommands(app, context);
   addStatusCommand(app, context);
   addReminderCommands(app, context);
+  addCalendarCommands(app, context);
   app.add_subcommand("undo", "Take back the last task deletion or move")->callback([=] {
     context->run([&](CloudKitStore& store, const CommandEnvironment&) {
       if (const auto& action = store.lastUndoable()) {

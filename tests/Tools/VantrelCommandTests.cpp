@@ -7,6 +7,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
 #include <gtest/gtest.h>
 #include <ranges>
 #include <string>
@@ -209,6 +210,55 @@ TEST(VantrelCommand, RemindersRunShowsDueRemindersOnceAndLeavesTheOthers) {
 
   at("2026-03-07T14:50", "reminders off");
   EXPECT_EQ(at("2026-03-07T14:50", "reminders list"), "");
+}
+
+TEST(VantrelCommand, TodayShowsTheDaysEventsOpenTimeGapsAndTheirTasks) {
+  testing::TemporaryFolder folder;
+  const auto calendars = folder.path() / "calendars";
+  std::filesystem::create_directories(calendars / "work");
+  std::ofstream(calendars / "work" / "displayname") << "Work\n";
+  std::ofstream(calendars / "work" / "meeting.ics")
+      << "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Vantrel//Test//EN\r\nBEGIN:VEVENT\r\nUID:meeting-1\r\n"
+         "DTSTAMP:20260301T000000Z\r\nSUMMARY:Planning meeting\r\nDTSTART:20260307T090000Z\r\n"
+         "DTEND:20260307T100000Z\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+  const auto planner = [&](const std::string& arguments) {
+    const auto run = vantrel("--offline --tz Europe/Berlin --now 2026-03-07T07:00 --profile " +
+                             (folder.path() / "profile").string() + " " + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+    return run.output;
+  };
+  EXPECT_EQ(planner("calendars use " + calendars.string()), "work  Work  (Local)\n");
+  planner("area add Home");
+  planner("task add Dig --area home --name t-dig");
+  planner("task add Sweep --area home --name t-sweep --on 2026-03-07");
+  planner("gap add 2026-03-07 09:00 --label Morning --name g-morning");
+  planner("task schedule 2026-03-07 t-dig --gap 09:00");
+
+  const auto day = parseJSON(planner("--json today"));
+  EXPECT_EQ(readJSONString(day["day"]), "2026-03-07");
+  ASSERT_EQ(day["events"].Size(), 1u);
+  EXPECT_EQ(readJSONString(day["events"][0]["title"]), "Planning meeting");
+  EXPECT_EQ(readJSONString(day["events"][0]["calendarName"]), "Work");
+  // 10:00 to 11:00 in Berlin is busy; the window is 8:00 to 20:00.
+  ASSERT_EQ(day["openWindows"].Size(), 2u);
+  EXPECT_EQ(readJSONString(day["openWindows"][0]["durationLabel"]), "2h");
+  EXPECT_EQ(readJSONString(day["openWindows"][1]["durationLabel"]), "9h");
+  ASSERT_EQ(day["gaps"].Size(), 1u);
+  EXPECT_EQ(readJSONString(day["gaps"][0]["endSource"]), "nextBoundary");
+  EXPECT_EQ(readJSONNumber(day["gaps"][0]["end"]) - readJSONNumber(day["gaps"][0]["start"]), 3600);
+  ASSERT_EQ(day["gaps"][0]["tasks"].Size(), 1u);
+  EXPECT_EQ(readJSONString(day["gaps"][0]["tasks"][0]["recordName"]), "t-dig");
+  ASSERT_EQ(day["plannedWithoutGap"].Size(), 1u);
+  EXPECT_EQ(readJSONString(day["plannedWithoutGap"][0]["recordName"]), "t-sweep");
+
+  const auto text = planner("today 2026-03-07");
+  EXPECT_NE(text.find("Saturday, March 7, 2026"), std::string::npos) << text;
+  EXPECT_NE(text.find("10:00 – 11:00 AM  Planning meeting  (Work)"), std::string::npos) << text;
+  EXPECT_NE(text.find("9:00 AM  Morning  until 10:00 AM (nextBoundary)"), std::string::npos) << text;
+
+  planner("calendars block work");
+  EXPECT_EQ(parseJSON(planner("--json today"))["events"].Size(), 0u);
+  EXPECT_EQ(planner("calendars list"), "work  Work  (Local)  blocked\n");
 }
 
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {

@@ -1,0 +1,14 @@
+#pragma once
+
+#include "Tools/vantrel/PlannerContext.hpp"
+
+#include <CLI/CLI.hpp>
+#include <memory>
+
+namespace vantrel::cli {
+
+/// `vantrel calendars use FOLDER|list|block ID|unblock ID`: which calendars the planner reads, and
+/// `vantrel today [DATE]`: the day as the planner sees it, events, open time, gaps and their tasks.
+void addCalendarCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& context);
+
+} // namespace vantrel::cli
