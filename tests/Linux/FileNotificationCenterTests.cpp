@@ -1,6 +1,5 @@
 #include "Linux/FileNotificationCenter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
-#include "VantrelCore/Planning/NotificationsController.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
@@ -96,27 +95,6 @@ TEST_F(FileNotificationCenterTest, AFileThatCannotBeReadIsNeverOverwritten) {
   EXPECT_THROW(center.add(at("vt.gap.a", 9)), std::runtime_error);
   std::ifstream kept(file_);
   EXPECT_EQ(std::string(std::istreambuf_iterator<char>(kept), {}), "{\"authorization\": \"maybe\"}");
-}
-
-TEST_F(FileNotificationCenterTest, TheControllerReschedulesThroughTheFile) {
-  FileNotificationCenter center(file_);
-  center.requestAuthorization();
-  center.add(at("other.kind", 8));
-  NotificationsController controller(center);
-  const std::vector<ScheduledGapReminder> reminders{
-      {.identifier = "vt.gap.g-1.2026-03-07",
-       .title = "Gap starting",
-       .year = 2026,
-       .month = 3,
-       .day = 7,
-       .hour = 9},
-  };
-  controller.rescheduleGapReminders(reminders);
-  controller.rescheduleGapReminders(reminders);
-  const auto pending = center.pendingRequests();
-  ASSERT_EQ(pending.size(), 2u);
-  EXPECT_EQ(pending[0].identifier, "other.kind");
-  EXPECT_EQ(pending[1].identifier, "vt.gap.g-1.2026-03-07");
 }
 
 } // namespace
