@@ -19,7 +19,10 @@ void rescheduleGapReminders(const CloudKitCache& cache, const CommandEnvironment
   const auto reminders = gapRemindersEnabled(environment)
                              ? GapReminderBuilder::build(cache.gaps(), environment.clock().now())
                              : std::vector<ScheduledGapReminder>{};
-  controller.rescheduleGapReminders(reminders);
+  // Every run of the program gets here; a week that has not changed costs no rewrites of the file.
+  if (controller.status() != NotificationAuthState::granted || !controller.isScheduled(reminders)) {
+    controller.rescheduleGapReminders(reminders);
+  }
 }
 
 } // namespace vantrel::cli

@@ -1,5 +1,6 @@
 #include "VantrelCore/Planning/NotificationsController.hpp"
 
+#include <algorithm>
 #include <exception>
 #include <vector>
 
@@ -24,6 +25,30 @@ bool NotificationsController::requestAuthorization() {
   return granted;
 }
 
+NotificationRequest NotificationsController::request(const ScheduledGapReminder& reminder) {
+  return NotificationRequest{.identifier = reminder.identifier,
+                             .title = reminder.title,
+                             .body = reminder.body,
+                             .year = reminder.year,
+                             .month = reminder.month,
+                             .day = reminder.day,
+                             .hour = reminder.hour,
+                             .minute = reminder.minute};
+}
+
+bool NotificationsController::isScheduled(std::span<const ScheduledGapReminder> reminders) const {
+  std::vector<NotificationRequest> pending;
+  for (auto& held : center_.pendingRequests()) {
+    if (held.identifier.starts_with(ScheduledGapReminder::identifierPrefix)) {
+      pending.push_back(std::move(held));
+    }
+  }
+  return pending.size() == reminders.size() &&
+         std::ranges::all_of(reminders, [&](const ScheduledGapReminder& reminder) {
+           return std::ranges::find(pending, request(reminder)) != pending.end();
+         });
+}
+
 void NotificationsController::rescheduleGapReminders(std::span<const ScheduledGapReminder> reminders) {
   if (status_ != NotificationAuthState::granted) {
     logger_.info("Skipping schedule; authorization=%{public}s", notificationAuthStateName(status_));
@@ -39,14 +64,7 @@ void NotificationsController::rescheduleGapReminders(std::span<const ScheduledGa
   logger_.info("Cleared %{public}ld pending gap reminders", std::int64_t(stale.size()));
   for (const auto& reminder : reminders) {
     try {
-      center_.add(NotificationRequest{.identifier = reminder.identifier,
-                                      .title = reminder.title,
-                                      .body = reminder.body,
-                                      .year = reminder.year,
-                                      .month = reminder.month,
-                                      .day = reminder.day,
-                                      .hour = reminder.hour,
-                                      .minute = reminder.minute});
+      center_.add(request(reminder));
     } catch (const std::exception& error) {
       logger_.error("Failed to add reminder %{public}s: %{public}s", reminder.identifier, error.what());
     }

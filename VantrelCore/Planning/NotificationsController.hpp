@@ -24,6 +24,12 @@ public:
   /// Replaces every pending gap reminder with `reminders`; requests of other kinds stay. Does nothing
   /// without permission.
   void rescheduleGapReminders(std::span<const ScheduledGapReminder> reminders);
+  /// Whether the pending gap reminders are exactly `reminders`, in any order: then rescheduling would
+  /// only rewrite what is there.
+  bool isScheduled(std::span<const ScheduledGapReminder> reminders) const;
+
+  /// The request that schedules a reminder: its content, a default sound, its time once.
+  static NotificationRequest request(const ScheduledGapReminder& reminder);
 
 private:
   UserNotificationCenter& center_;

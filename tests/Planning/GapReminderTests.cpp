@@ -90,6 +90,8 @@ TEST_F(GapReminderTest, ReschedulingReplacesOnlyGapReminders) {
   EXPECT_TRUE(log.contains("Cleared 1 pending gap reminders"));
   EXPECT_TRUE(log.contains("Cleared 2 pending gap reminders"));
   EXPECT_TRUE(log.contains("Scheduled 2 gap reminders"));
+  EXPECT_TRUE(controller.isScheduled(reminders));
+  EXPECT_FALSE(controller.isScheduled(std::span(reminders).first(1)));
 
   center_.refusing = {"vt.gap.g-1.2026-03-07"};
   controller.rescheduleGapReminders(reminders);
