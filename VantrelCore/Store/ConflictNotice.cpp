@@ -1,6 +1,7 @@
 #include "VantrelCore/Store/ConflictNotice.hpp"
 
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
+#include "VantrelCore/Sync/ConflictMerge.hpp"
 
 #include <algorithm>
 #include <array>
@@ -46,6 +47,16 @@ constexpr std::array<std::pair<std::string_view, std::string_view>, 33> fieldWor
     {"userRef", "user"},
     {"version", "version"},
 }};
+
+// One word for every key the merge knows, in its order, so that the two lists cannot drift apart.
+static_assert([] {
+  for (std::size_t index = 0; index < fieldWords.size(); ++index) {
+    if (fieldWords[index].first != ConflictMerge::knownFieldKeys[index]) {
+      return false;
+    }
+  }
+  return fieldWords.size() == ConflictMerge::knownFieldKeys.size();
+}());
 
 std::string joinedInWords(std::span<const std::string> keys) {
   std::vector<std::string_view> words;
