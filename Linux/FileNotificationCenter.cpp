@@ -1,11 +1,11 @@
 #include "Linux/FileNotificationCenter.hpp"
 
-#include "Linux/ExclusiveFileLock.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/AtomicFileWriter.hpp"
+#include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 
 #include <algorithm>
 #include <stdexcept>

@@ -1,11 +1,11 @@
 #include "Linux/JSONFilePreferences.hpp"
 
-#include "Linux/ExclusiveFileLock.hpp"
 #include "Linux/PreferencesFileError.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/AtomicFileWriter.hpp"
+#include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
 
 #include <algorithm>

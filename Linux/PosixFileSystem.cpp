@@ -2,9 +2,11 @@
 
 #include "VantrelCore/Platform/FileSystemError.hpp"
 
+#include <array>
 #include <cerrno>
 #include <fcntl.h>
 #include <string>
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -123,10 +125,22 @@ std::optional<std::string> PosixFileSystem::readFile(const std::filesystem::path
     }
     throw FileSystemError("open", path, errno);
   }
+  // Sized from the file up front: growing the text chunk by chunk would copy a large file several times
+  // and hold two copies at once at the end.
   std::string content;
-  char buffer[64 * 1024];
+  struct stat status {};
+  if (::fstat(fd, &status) == 0 && S_ISREG(status.st_mode) && status.st_size > 0) {
+    content.resize(static_cast<std::size_t>(status.st_size));
+  }
+  std::size_t filled = 0;
+  // Past the expected end, a small buffer finds out whether the file grew since fstat (or has no size,
+  // like a pipe) without enlarging the text first.
+  std::array<char, 64 * 1024> more;
   for (;;) {
-    const ssize_t count = retryingInterrupts([&] { return ::read(fd, buffer, sizeof buffer); });
+    const bool atEnd = filled == content.size();
+    char* target = atEnd ? more.data() : content.data() + filled;
+    const std::size_t room = atEnd ? more.size() : content.size() - filled;
+    const ssize_t count = retryingInterrupts([&] { return ::read(fd, target, room); });
     if (count < 0) {
       const int readError = errno;
       ::close(fd);
@@ -135,10 +149,40 @@ std::optional<std::string> PosixFileSystem::readFile(const std::filesystem::path
     if (count == 0) {
       break;
     }
-    content.append(buffer, static_cast<std::size_t>(count));
+    if (atEnd) {
+      content.append(more.data(), static_cast<std::size_t>(count));
+    }
+    filled += static_cast<std::size_t>(count);
   }
+  content.resize(filled);
   ::close(fd);
   return content;
+}
+
+std::optional<MappedFile> PosixFileSystem::mapFile(const std::filesystem::path& path) {
+  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); });
+  if (fd < 0) {
+    if (errno == ENOENT || errno == ENOTDIR) {
+      return std::nullopt;
+    }
+    throw FileSystemError("open", path, errno);
+  }
+  struct stat status {};
+  if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
+    // Nothing to map (an empty file cannot be mapped); reading answers all of these.
+    ::close(fd);
+    return FileSystem::mapFile(path);
+  }
+  const auto size = static_cast<std::size_t>(status.st_size);
+  void* bytes = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
+  const int mapError = errno;
+  // The mapping keeps the file's pages without the descriptor, and a replaced file's pages stay mapped.
+  ::close(fd);
+  if (bytes == MAP_FAILED) {
+    throw FileSystemError("mmap", path, mapError);
+  }
+  return MappedFile(std::string_view(static_cast<const char*>(bytes), size),
+                    [bytes, size] { ::munmap(bytes, size); });
 }
 
 void PosixFileSystem::createDirectories(const std::filesystem::path& path, mode_t mode) {

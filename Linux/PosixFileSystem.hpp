@@ -23,6 +23,8 @@ public:
   void syncFileSystem(const std::filesystem::path& path) override;
   void removeFile(const std::filesystem::path& path) override;
   std::optional<std::string> readFile(const std::filesystem::path& path) override;
+  /// Maps the file read-only with its pages read in at once.
+  std::optional<MappedFile> mapFile(const std::filesystem::path& path) override;
   void createDirectories(const std::filesystem::path& path, mode_t mode = 0700) override;
   bool exists(const std::filesystem::path& path) override;
 

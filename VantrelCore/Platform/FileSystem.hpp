@@ -1,6 +1,9 @@
 #pragma once
 
+#include "VantrelCore/Platform/MappedFile.hpp"
+
 #include <filesystem>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
@@ -30,6 +33,16 @@ public:
   virtual void removeFile(const std::filesystem::path& path) = 0;
   /// The whole file; empty when it does not exist.
   virtual std::optional<std::string> readFile(const std::filesystem::path& path) = 0;
+  /// The whole file without a copy where the system can map it; empty when it does not exist. By default
+  /// it is read.
+  virtual std::optional<MappedFile> mapFile(const std::filesystem::path& path) {
+    auto text = readFile(path);
+    if (!text) {
+      return std::nullopt;
+    }
+    auto owned = std::make_shared<std::string>(std::move(*text));
+    return MappedFile(*owned, [owned] {});
+  }
   /// Creates the folder and any missing parents; existing folders are fine.
   virtual void createDirectories(const std::filesystem::path& path, mode_t mode = 0700) = 0;
   virtual bool exists(const std::filesystem::path& path) = 0;

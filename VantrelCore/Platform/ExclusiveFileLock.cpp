@@ -1,4 +1,4 @@
-#include "Linux/ExclusiveFileLock.hpp"
+#include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 
 #include "VantrelCore/Platform/FileSystemError.hpp"
 

@@ -1,0 +1,122 @@
+#include "VantrelCore/JSON/JSONScanner.hpp"
+#include "VantrelCore/JSON/JSONValue.hpp"
+#include "VantrelCore/Model/DecodingError.hpp"
+
+#include <gtest/gtest.h>
+
+namespace vantrel {
+namespace {
+
+bool scannerAccepts(std::string_view text) {
+  try {
+    JSONScanner scanner(text);
+    scanner.skipValue();
+    scanner.finish();
+    return true;
+  } catch (const DecodingError&) {
+    return false;
+  }
+}
+
+bool parserAccepts(std::string_view text) {
+  try {
+    parseJSON(text);
+    return true;
+  } catch (const DecodingError&) {
+    return false;
+  }
+}
+
+// The checked skip agrees with the full parser on what is JSON, except for what it leaves to the parser
+// on purpose: the characters inside strings.
+TEST(JSONScanner, TheCheckedSkipAcceptsWhatTheParserAccepts) {
+  const char* texts[] = {R"({})",
+                         R"([])",
+                         R"({"a":1})",
+                         R"({"a":[1,2,{"b":null}],"c":true,"d":false})",
+                         R"( { "a" : [ 1 , 2 ] } )",
+                         R"("\"\\\/\b\f\n\r\t\u00e9\uD83D\uDE00")",
+                         R"(-0)",
+                         R"(0.5e-3)",
+                         R"(1E+9)",
+                         R"(123456789012345678901234)",
+                         R"({"a":1,})",
+                         R"([1,])",
+                         R"([,1])",
+                         R"({"a" 1})",
+                         R"({a:1})",
+                         R"({"a":1 "b":2})",
+                         R"([1 2])",
+                         R"(01)",
+                         R"(1.)",
+                         R"(.5)",
+                         R"(-)",
+                         R"(1e)",
+                         R"(+1)",
+                         R"(tru)",
+                         R"(nul)",
+                         R"(falsey)",
+                         R"("\x")",
+                         R"("\u12G4")",
+                         R"("open)",
+                         R"({"a":1)",
+                         R"([1,2)",
+                         R"({"a":1}})",
+                         R"([1]])",
+                         R"({"a":[1}])",
+                         R"()",
+                         R"(  )",
+                         R"("a" "b")",
+                         R"({"a":1}x)",
+                         R"([[[[[]]]]])"};
+  for (const auto* text : texts) {
+    EXPECT_EQ(scannerAccepts(text), parserAccepts(text)) << text;
+  }
+}
+
+TEST(JSONScanner, WalksMembersAndHandsOutRawValues) {
+  JSONScanner scanner(R"({"name":"a\"b", "list":[1,{"x":2}], "n":-1.5e3 ,"none":null})");
+  scanner.enterObject();
+  std::vector<std::pair<std::string, std::string>> members;
+  std::string_view key;
+  while (scanner.nextMember(key)) {
+    members.emplace_back(key, scanner.skipValue());
+  }
+  scanner.finish();
+  const std::vector<std::pair<std::string, std::string>> expected{
+      {"name", R"("a\"b")"}, {"list", R"([1,{"x":2}])"}, {"n", "-1.5e3"}, {"none", "null"}};
+  EXPECT_EQ(members, expected);
+  EXPECT_EQ(JSONScanner::stringValue(R"("a\"b\u00e9")"), "a\"bé");
+  EXPECT_EQ(JSONScanner::stringValue("null"), std::nullopt);
+  EXPECT_THROW(JSONScanner::stringValue("12"), DecodingError);
+}
+
+TEST(JSONScanner, TheBalancedSkipFindsTheEndAndTheDepth) {
+  const struct {
+    const char* text;
+    std::string_view value;
+    std::size_t depth;
+  } cases[] = {{R"({"a":"}]\"{"} tail)", R"({"a":"}]\"{"})", 1},
+               {R"([{"a":[{}]}],1)", R"([{"a":[{}]}])", 4},
+               {R"("just a string")", R"("just a string")", 0},
+               {R"({"a":tru, "b":,}X)", R"({"a":tru, "b":,})", 1}};
+  for (const auto& testCase : cases) {
+    JSONScanner scanner(testCase.text);
+    EXPECT_EQ(scanner.skipBalanced(), testCase.value) << testCase.text;
+    EXPECT_EQ(scanner.lastSkipDepth(), testCase.depth) << testCase.text;
+  }
+  for (const auto* broken : {R"({"a":[1})", R"({"a":"x)", R"([[)", R"({"a":"\)"}) {
+    JSONScanner scanner(broken);
+    EXPECT_THROW(scanner.skipBalanced(), DecodingError) << broken;
+  }
+}
+
+TEST(JSONScanner, RefusesNestingBeyondItsLimit) {
+  const std::string deep = std::string(600, '[') + std::string(600, ']');
+  EXPECT_FALSE(scannerAccepts(deep));
+  JSONScanner scanner(deep);
+  EXPECT_THROW(scanner.skipBalanced(), DecodingError);
+}
+
+} // namespace
+} // namespace vantrel
