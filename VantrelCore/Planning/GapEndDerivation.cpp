@@ -68,6 +68,53 @@ std::optional<CalendarEvent> GapEndDerivation::containingEvent(const GapRecord& 
   return event ? std::optional(*event) : std::nullopt;
 }
 
+namespace {
+
+/// The end of the gap starting at `start` against the other gaps' starts, or the open-ended gap's rule:
+/// the day's start when it starts before it, else the next midnight.
+std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::span<const Date> otherStarts,
+                                   std::span<const CalendarEvent> events,
+                                   const CalendarGapPreferences& preferences) {
+  if (const auto derived = CalendarGapEngine::endTime(start, day, events, otherStarts,
+                                                      preferences.dayStartHour(), preferences.dayEndHour());
+      derived && derived->end) {
+    return derived->end;
+  }
+  const auto midnight = day.localTime(0);
+  if (!midnight) {
+    return std::nullopt;
+  }
+  // Hours of elapsed time from midnight, as the day start is reckoned here, and a calendar day to the
+  // next midnight.
+  const Date dayStart = midnight->adding(double(preferences.dayStartHour()) * 3600);
+  if (start < dayStart) {
+    return dayStart;
+  }
+  return day.adding(1).localTime(0);
+}
+
+/// The starts of the gaps other than `gap` (by record name) among `starts`, which follow `allGaps`.
+std::vector<Date> otherStartsOf(const GapRecord& gap, std::span<const GapRecord> allGaps,
+                                std::span<const std::optional<Date>> starts) {
+  std::vector<Date> others;
+  for (std::size_t index = 0; index < allGaps.size(); ++index) {
+    if (allGaps[index].recordName != gap.recordName && starts[index]) {
+      others.push_back(*starts[index]);
+    }
+  }
+  return others;
+}
+
+std::vector<std::optional<Date>> startsOf(std::span<const GapRecord> allGaps, const CalendarDate& day) {
+  std::vector<std::optional<Date>> starts;
+  for (const auto& gap : allGaps) {
+    starts.push_back(GapEndDerivation::startDate(gap, day));
+  }
+  return starts;
+}
+
+} // namespace
+
 std::optional<TaskGapEnd> GapEndDerivation::info(const GapRecord& gap, const CalendarDate& day,
                                                  std::span<const GapRecord> allGaps,
                                                  std::span<const CalendarEvent> events,
@@ -76,16 +123,8 @@ std::optional<TaskGapEnd> GapEndDerivation::info(const GapRecord& gap, const Cal
   if (!start) {
     return std::nullopt;
   }
-  std::vector<Date> otherStarts;
-  for (const auto& other : allGaps) {
-    if (other.recordName != gap.recordName) {
-      if (const auto otherStart = startDate(other, day)) {
-        otherStarts.push_back(*otherStart);
-      }
-    }
-  }
-  return CalendarGapEngine::endTime(*start, day, events, otherStarts, preferences.dayStartHour(),
-                                    preferences.dayEndHour());
+  return CalendarGapEngine::endTime(*start, day, events, otherStartsOf(gap, allGaps, startsOf(allGaps, day)),
+                                    preferences.dayStartHour(), preferences.dayEndHour());
 }
 
 std::optional<Date> GapEndDerivation::currentUntil(const GapRecord& gap, const CalendarDate& day,
@@ -96,20 +135,23 @@ std::optional<Date> GapEndDerivation::currentUntil(const GapRecord& gap, const C
   if (!start) {
     return std::nullopt;
   }
-  if (const auto derived = info(gap, day, allGaps, events, preferences); derived && derived->end) {
-    return derived->end;
+  return currentUntilOf(*start, day, otherStartsOf(gap, allGaps, startsOf(allGaps, day)), events,
+                        preferences);
+}
+
+std::vector<std::optional<Date>>
+GapEndDerivation::currentUntilEach(std::span<const GapRecord> allGaps, const CalendarDate& day,
+                                   std::span<const CalendarEvent> events,
+                                   const CalendarGapPreferences& preferences) {
+  const auto starts = startsOf(allGaps, day);
+  std::vector<std::optional<Date>> ends;
+  for (std::size_t index = 0; index < allGaps.size(); ++index) {
+    ends.push_back(starts[index]
+                       ? currentUntilOf(*starts[index], day, otherStartsOf(allGaps[index], allGaps, starts),
+                                        events, preferences)
+                       : std::nullopt);
   }
-  const auto midnight = day.localTime(0);
-  if (!midnight) {
-    return std::nullopt;
-  }
-  // Hours of elapsed time from midnight, as the day start is reckoned here, and a calendar day to the
-  // next midnight.
-  const Date dayStart = midnight->adding(double(preferences.dayStartHour()) * 3600);
-  if (*start < dayStart) {
-    return dayStart;
-  }
-  return day.adding(1).localTime(0);
+  return ends;
 }
 
 } // namespace vantrel

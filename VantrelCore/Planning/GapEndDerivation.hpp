@@ -9,6 +9,7 @@
 #include <optional>
 #include <span>
 #include <utility>
+#include <vector>
 
 namespace vantrel {
 
@@ -37,6 +38,12 @@ public:
                                           std::span<const GapRecord> allGaps,
                                           std::span<const CalendarEvent> events,
                                           const CalendarGapPreferences& preferences);
+  /// currentUntil() of every gap of `allGaps`, in its order: each start is read once, where asking gap by
+  /// gap reads every other gap's start again.
+  static std::vector<std::optional<Date>> currentUntilEach(std::span<const GapRecord> allGaps,
+                                                           const CalendarDate& day,
+                                                           std::span<const CalendarEvent> events,
+                                                           const CalendarGapPreferences& preferences);
 };
 
 } // namespace vantrel
