@@ -26,6 +26,10 @@ struct VantrelPaths {
   /// "Vantrel" folder. Profiles that name one file act as devices of one account.
   std::filesystem::path cloudDatabaseFile;
 
+  /// The folder in the app-group container where the planner leaves what the widget reads (the cache
+  /// snapshot, the intent queue).
+  std::filesystem::path sharedDirectory() const { return appGroupContainerDirectory / "Vantrel"; }
+
   /// A relative profile is taken from the current folder. Throws std::runtime_error "cannot find a home
   /// folder: set HOME, XDG_DATA_HOME or use --profile" when there is neither a profile nor a home.
   static VantrelPaths resolve(const std::optional<std::filesystem::path>& profile,

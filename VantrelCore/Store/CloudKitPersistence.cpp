@@ -23,8 +23,7 @@ CloudKitPersistence::Location CloudKitPersistence::Location::directory(const std
 }
 
 CloudKitPersistence::Location CloudKitPersistence::Location::applicationSupport(const VantrelPaths& paths) {
-  return {paths.applicationSupportDirectory / "Vantrel" / "CloudKit",
-          paths.appGroupContainerDirectory / "Vantrel"};
+  return {paths.applicationSupportDirectory / "Vantrel" / "CloudKit", paths.sharedDirectory()};
 }
 
 CloudKitPersistence::CloudKitPersistence(Location location, FileSystem& fileSystem)

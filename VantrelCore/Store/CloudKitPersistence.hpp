@@ -32,6 +32,7 @@ public:
 
   const std::filesystem::path& rootDirectory() const { return location_.rootDirectory; }
   const std::filesystem::path& sharedDirectory() const { return location_.sharedDirectory; }
+  FileSystem& fileSystem() const { return fileSystem_; }
 
   std::filesystem::path cacheSnapshotURL() const { return sharedDirectory() / "cache-snapshot.json"; }
   std::filesystem::path syncEngineStateURL() const { return rootDirectory() / "sync-engine-state.bin"; }

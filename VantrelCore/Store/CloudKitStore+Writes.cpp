@@ -79,6 +79,7 @@ void CloudKitStore::runFirstLaunchFlow() {
   cache_.setSchemaVersion(readCloudRecord<SchemaVersionRecord>(saved));
   schemaMigrationComplete_ = true;
   logger_.info("Schema version %ld written to VantrelZone", currentSchemaVersion);
+  drainPendingIntentActions();
 }
 
 } // namespace vantrel

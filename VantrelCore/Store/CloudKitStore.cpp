@@ -106,6 +106,7 @@ void CloudKitStore::start() {
   }
   ensureZone();
   checkSchemaVersion();
+  drainPendingIntentActions();
   environment_.owner.post([self = std::weak_ptr(self_)] {
     if (const auto store = self.lock()) {
       (*store)->fetchChangesNow();

@@ -159,8 +159,13 @@ public:
   void flushSnapshotSynchronously() { snapshots_.flushSnapshotSynchronously(); }
   void fetchChangesNow();
   void fetchSharedChangesNow();
-  /// Writes the zone's schema-version record when it has none, so that writes may begin.
+  /// Writes the zone's schema-version record when it has none, so that writes may begin, then drains.
   void runFirstLaunchFlow();
+  /// Applies the done toggles the widget and shortcuts queued, in order, and removes them from the queue.
+  /// An action that fails is logged and dropped; none is looked at while the store refuses every write
+  /// (a bridge open, no schema yet), so those wait for a drain that can apply them. Runs at the end of
+  /// start().
+  void drainPendingIntentActions();
 
   /// Puts the entity into the cache and queues its upload.
   template <class Record> void saveRecord(const Record& record);

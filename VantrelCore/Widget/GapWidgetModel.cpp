@@ -1,0 +1,275 @@
+#include "VantrelCore/Widget/GapWidgetModel.hpp"
+
+#include "VantrelCore/JSON/JSONValue.hpp"
+#include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Model/TimeFormat.hpp"
+#include "VantrelCore/Planning/CalendarGapPreferences.hpp"
+#include "VantrelCore/Planning/GapEndDerivation.hpp"
+#include "VantrelCore/Widget/GapWidgetData.hpp"
+#include "VantrelCore/Widget/IntentActionQueue.hpp"
+
+#include <algorithm>
+#include <set>
+#include <tuple>
+#include <unordered_map>
+
+namespace vantrel {
+namespace {
+
+constexpr std::string_view deepLinkPrefix = "vantrel://today?gap=";
+
+/// Today as one load of the files shows it; every model of a timeline is built from the same load.
+struct WidgetDay {
+  struct Gap {
+    GapRecord record;
+    Date start;
+    std::optional<Date> currentUntil;
+    /// Made once per load: a clock text costs a locale's formatter.
+    std::string clockLabel;
+    std::string label;
+  };
+
+  GapWidgetData data;
+  /// The last queued done state of each toggled task.
+  std::unordered_map<std::string, bool> toggles;
+  /// The gaps whose time reads as a start, in display order.
+  std::vector<Gap> gaps;
+  std::vector<TaskRecord> planned;
+  std::unordered_map<std::string, std::vector<TaskRecord>> subtasksByParent;
+  std::optional<Date> startOfTomorrow;
+};
+
+std::optional<WidgetDay> readDay(Date now, const GapWidgetEnvironment& environment) {
+  const auto file = environment.cacheSnapshotURL();
+  if (!file) {
+    return std::nullopt;
+  }
+  const auto day = CalendarDate::localDayOf(now);
+  WidgetDay result;
+  try {
+    const auto snapshot = environment.fileSystem.mapFile(*file);
+    if (!snapshot || snapshot->bytes().empty()) {
+      return std::nullopt;
+    }
+    result.data = GapWidgetData::read(snapshot->bytes(), day);
+  } catch (const std::exception&) {
+    // The widget has no one to tell; an unreadable snapshot shows as a day without data.
+    return std::nullopt;
+  }
+  for (const auto& action : IntentActionQueue::read(environment.fileSystem, *environment.sharedDirectory)) {
+    result.toggles[action.taskRecordName] = action.done;
+  }
+
+  const CalendarGapPreferences windows(environment.sharedPreferences, nullptr);
+  const auto ordered = GapScheduling::ordered(result.data.gaps);
+  const auto ends = GapEndDerivation::currentUntilEach(ordered, day, {}, windows);
+  for (std::size_t index = 0; index < ordered.size(); ++index) {
+    const auto& gap = ordered[index];
+    if (const auto start = GapEndDerivation::startDate(gap, day)) {
+      auto clockLabel = TimeFormat::clockFromHHmm(gap.time);
+      auto label = gap.label && !gap.label->empty() ? *gap.label : clockLabel;
+      result.gaps.push_back({gap, *start, ends[index], std::move(clockLabel), std::move(label)});
+    }
+  }
+
+  std::vector<TaskRecord> topLevel;
+  for (const auto& [name, task] : result.data.tasks) {
+    if (task.parentTaskRef) {
+      result.subtasksByParent[*task.parentTaskRef].push_back(task);
+    } else {
+      topLevel.push_back(task);
+    }
+  }
+  for (auto& [parent, subtasks] : result.subtasksByParent) {
+    std::ranges::sort(subtasks, [](const TaskRecord& left, const TaskRecord& right) {
+      return std::tie(left.sortIndex, left.recordName) < std::tie(right.sortIndex, right.recordName);
+    });
+  }
+  const auto& placements = result.data.placements;
+  result.planned =
+      GapScheduling::plannedOrder(std::move(topLevel), result.data.areas, [&](const std::string& project) {
+        const auto found = placements.find(project);
+        return found == placements.end() ? nullptr : &found->second;
+      });
+  result.startOfTomorrow = day.adding(1).localTime(0);
+  return result;
+}
+
+GapWidgetModel::Task taskOf(const WidgetDay& day, const TaskRecord& task) {
+  const auto toggle = day.toggles.find(task.recordName);
+  return {.id = task.recordName,
+          .title = task.title,
+          .done = toggle == day.toggles.end() ? task.done : toggle->second,
+          .dueDate = task.dueDate,
+          .isSubtask = task.isSubtask(),
+          .canToggle = task.homeIsArea() || day.data.heldProjects.contains(task.homeRef)};
+}
+
+GapWidgetModel modelAt(const WidgetDay& day, Date instant) {
+  GapWidgetModel model{.asOf = instant};
+  auto shown = std::ranges::find_if(day.gaps, [&](const WidgetDay::Gap& gap) {
+    return gap.start <= instant && gap.currentUntil && instant < *gap.currentUntil;
+  });
+  model.isRunning = shown != day.gaps.end();
+  if (!model.isRunning) {
+    shown = std::ranges::find_if(day.gaps, [&](const WidgetDay::Gap& gap) { return instant < gap.start; });
+  }
+  if (shown == day.gaps.end()) {
+    return model;
+  }
+  model.state = model.isRunning ? GapWidgetModel::State::currentGap : GapWidgetModel::State::nextGap;
+  model.gapRecordName = shown->record.recordName;
+  model.gapClockLabel = shown->clockLabel;
+  model.gapLabel = shown->label;
+  for (const auto& task : GapScheduling::tasksInGap(shown->record, day.planned, day.data.schedules)) {
+    model.tasks.push_back(taskOf(day, task));
+    ++model.taskCount;
+    model.doneCount += model.tasks.back().done ? 1 : 0;
+    if (const auto subtasks = day.subtasksByParent.find(task.recordName);
+        subtasks != day.subtasksByParent.end()) {
+      for (const auto& subtask : subtasks->second) {
+        model.tasks.push_back(taskOf(day, subtask));
+      }
+    }
+  }
+  for (const auto& gap : day.gaps) {
+    if (instant < gap.start && gap.record.recordName != shown->record.recordName) {
+      model.upcomingGaps.push_back({gap.label, gap.clockLabel});
+    }
+  }
+  return model;
+}
+
+/// Characters a query value may hold as they are; the rest are percent-encoded so that any record name
+/// survives the trip through the link.
+bool isQueryValueCharacter(char character) {
+  return std::isalnum(static_cast<unsigned char>(character)) ||
+         std::string_view("-._~!$'()*,;:@/?").find(character) != std::string_view::npos;
+}
+
+} // namespace
+
+std::string_view gapWidgetStateName(GapWidgetModel::State state) {
+  switch (state) {
+  case GapWidgetModel::State::currentGap:
+    return "currentGap";
+  case GapWidgetModel::State::nextGap:
+    return "nextGap";
+  case GapWidgetModel::State::noGaps:
+    break;
+  }
+  return "noGaps";
+}
+
+std::optional<std::string> GapWidgetModel::deepLinkURL() const {
+  if (!gapRecordName) {
+    return std::nullopt;
+  }
+  static constexpr char hex[] = "0123456789ABCDEF";
+  std::string url(deepLinkPrefix);
+  for (const char character : *gapRecordName) {
+    if (isQueryValueCharacter(character)) {
+      url += character;
+    } else {
+      const auto byte = static_cast<unsigned char>(character);
+      url += '%';
+      url += hex[byte >> 4];
+      url += hex[byte & 0xF];
+    }
+  }
+  return url;
+}
+
+GapWidgetModel GapWidgetModel::load(Date now, const GapWidgetEnvironment& environment) {
+  const auto day = readDay(now, environment);
+  return day ? modelAt(*day, now) : GapWidgetModel{.asOf = now};
+}
+
+std::vector<GapWidgetModel> GapWidgetModel::timeline(Date now, const GapWidgetEnvironment& environment) {
+  const auto day = readDay(now, environment);
+  if (!day) {
+    return {};
+  }
+  std::set<Date> instants{now};
+  const auto addLater = [&](std::optional<Date> instant) {
+    if (instant && now < *instant) {
+      instants.insert(*instant);
+    }
+  };
+  for (const auto& gap : day->gaps) {
+    addLater(gap.start);
+    addLater(gap.currentUntil);
+  }
+  addLater(day->startOfTomorrow);
+  std::vector<GapWidgetModel> models;
+  for (const auto instant : instants) {
+    models.push_back(modelAt(*day, instant));
+  }
+  return models;
+}
+
+GapWidgetModel GapWidgetModel::placeholder(Date asOf) {
+  return {.state = State::currentGap,
+          .gapClockLabel = TimeFormat::clockFromHHmm("09:00"),
+          .gapLabel = "Deep work",
+          .isRunning = true,
+          .asOf = asOf};
+}
+
+void GapWidgetModel::writeJSON(JSONWriter& json) const {
+  const auto optionalString = [&](const std::optional<std::string>& value) {
+    value ? json.string(*value) : json.null();
+  };
+  json.startObject();
+  json.key("state");
+  json.string(gapWidgetStateName(state));
+  json.key("gapRecordName");
+  optionalString(gapRecordName);
+  json.key("gapClockLabel");
+  json.string(gapClockLabel);
+  json.key("gapLabel");
+  json.string(gapLabel);
+  json.key("isRunning");
+  json.boolean(isRunning);
+  json.key("tasks");
+  json.startArray();
+  for (const auto& task : tasks) {
+    json.startObject();
+    json.key("id");
+    json.string(task.id);
+    json.key("title");
+    json.string(task.title);
+    json.key("done");
+    json.boolean(task.done);
+    json.key("dueDate");
+    task.dueDate ? json.date(*task.dueDate) : json.null();
+    json.key("isSubtask");
+    json.boolean(task.isSubtask);
+    json.key("canToggle");
+    json.boolean(task.canToggle);
+    json.endObject();
+  }
+  json.endArray();
+  json.key("taskCount");
+  json.int64(taskCount);
+  json.key("doneCount");
+  json.int64(doneCount);
+  json.key("upcomingGaps");
+  json.startArray();
+  for (const auto& upcoming : upcomingGaps) {
+    json.startObject();
+    json.key("label");
+    json.string(upcoming.label);
+    json.key("clockLabel");
+    json.string(upcoming.clockLabel);
+    json.endObject();
+  }
+  json.endArray();
+  json.key("asOf");
+  json.date(asOf);
+  json.key("deepLinkURL");
+  optionalString(deepLinkURL());
+  json.endObject();
+}
+
+} // namespace vantrel

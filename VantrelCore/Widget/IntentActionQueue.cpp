@@ -1,0 +1,75 @@
+#include "VantrelCore/Widget/IntentActionQueue.hpp"
+
+#include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Platform/AtomicFileWriter.hpp"
+#include "VantrelCore/Platform/ExclusiveFileLock.hpp"
+
+#include <algorithm>
+
+namespace vantrel {
+
+IntentActionQueue::IntentActionQueue(std::optional<std::filesystem::path> sharedDirectory,
+                                     FileSystem& fileSystem, const Clock& clock, UUIDGenerator& uuids)
+    : sharedDirectory_(std::move(sharedDirectory)), fileSystem_(fileSystem), clock_(clock), uuids_(uuids) {}
+
+std::optional<std::filesystem::path> IntentActionQueue::fileURL() const {
+  if (!sharedDirectory_) {
+    return std::nullopt;
+  }
+  return *sharedDirectory_ / fileName;
+}
+
+std::vector<PendingIntentAction> IntentActionQueue::pending() const {
+  return sharedDirectory_ ? read(fileSystem_, *sharedDirectory_) : std::vector<PendingIntentAction>{};
+}
+
+std::vector<PendingIntentAction> IntentActionQueue::read(FileSystem& fileSystem,
+                                                         const std::filesystem::path& sharedDirectory) {
+  try {
+    const auto text = fileSystem.readFile(sharedDirectory / fileName);
+    if (!text || text->empty()) {
+      return {};
+    }
+    return PendingIntentAction::decodeList(*text);
+  } catch (const std::exception&) {
+    // A queue nobody can read holds nothing anyone could apply; the next append starts it afresh.
+    return {};
+  }
+}
+
+void IntentActionQueue::appendMarkDone(std::string_view taskRecordName, bool done) {
+  const auto file = fileURL();
+  if (!file) {
+    return;
+  }
+  const ExclusiveFileLock lock(file->string() + ".lock");
+  auto actions = pending();
+  actions.push_back({.id = uuids_.uuidString(),
+                     .kind = PendingIntentAction::Kind::markDone,
+                     .taskRecordName = std::string(taskRecordName),
+                     .done = done,
+                     .createdAt = clock_.now()});
+  write(actions);
+}
+
+void IntentActionQueue::remove(const std::set<std::string>& ids) {
+  const auto file = fileURL();
+  if (!file) {
+    return;
+  }
+  const ExclusiveFileLock lock(file->string() + ".lock");
+  auto actions = pending();
+  std::erase_if(actions, [&](const PendingIntentAction& action) { return ids.contains(action.id); });
+  write(actions);
+}
+
+void IntentActionQueue::write(const std::vector<PendingIntentAction>& actions) {
+  const auto file = *fileURL();
+  if (actions.empty()) {
+    fileSystem_.removeFile(file);
+    return;
+  }
+  AtomicFileWriter(fileSystem_).writeString(PendingIntentAction::encodeList(actions), file);
+}
+
+} // namespace vantrel
