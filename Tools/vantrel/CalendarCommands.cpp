@@ -11,6 +11,7 @@
 #include "VantrelCore/Platform/ManualExecutor.hpp"
 
 #include <filesystem>
+#include <map>
 #include <stdexcept>
 
 namespace vantrel::cli {
@@ -137,6 +138,8 @@ struct DayView {
     std::optional<TaskGapEnd> end{};
     std::vector<TaskRecord> tasks{};
   };
+  /// The subtasks of the planned tasks, in their order, as the widget shows them under their task.
+  std::map<std::string, std::vector<TaskRecord>> subtasks{};
   std::vector<Gap> gaps{};
   std::vector<TaskRecord> withoutGap{};
 };
@@ -162,6 +165,18 @@ DayView viewOf(const CalendarDate& day, const CloudKitCache& cache, Calendars& c
                          .end = GapEndDerivation::info(gap, day, gaps, view.events, calendars.windows),
                          .tasks = std::move(tasks)});
   }
+  for (const auto& task : planned) {
+    if (const auto children = cache.tasksByParent().find(task.recordName);
+        children != cache.tasksByParent().end()) {
+      auto& list = view.subtasks[task.recordName];
+      for (const auto& name : children->second) {
+        list.push_back(cache.tasks().at(name));
+      }
+      std::ranges::sort(list, [](const TaskRecord& left, const TaskRecord& right) {
+        return std::tie(left.sortIndex, left.recordName) < std::tie(right.sortIndex, right.recordName);
+      });
+    }
+  }
   // A task whose gap time names no gap of the day is still planned on the day.
   for (const auto& task : planned) {
     if (!inAGap.contains(task.recordName)) {
@@ -171,7 +186,7 @@ DayView viewOf(const CalendarDate& day, const CloudKitCache& cache, Calendars& c
   return view;
 }
 
-void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks) {
+void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const DayView& view) {
   json.startArray();
   for (const auto& task : tasks) {
     json.startObject();
@@ -181,6 +196,10 @@ void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks) {
     json.string(task.title);
     json.key("done");
     json.boolean(task.done);
+    if (const auto subtasks = view.subtasks.find(task.recordName); subtasks != view.subtasks.end()) {
+      json.key("subtasks");
+      writeTasks(json, subtasks->second, view);
+    }
     json.endObject();
   }
   json.endArray();
@@ -242,20 +261,24 @@ void printJSON(const DayView& view) {
     json.key("endSource");
     gap.end ? json.string(taskGapEndSourceText(gap.end->source)) : json.null();
     json.key("tasks");
-    writeTasks(json, gap.tasks);
+    writeTasks(json, gap.tasks, view);
     json.endObject();
   }
   json.endArray();
   json.key("plannedWithoutGap");
-  writeTasks(json, view.withoutGap);
+  writeTasks(json, view.withoutGap, view);
   json.endObject();
   std::cout << json.text() << "\n";
 }
 
-void printTasks(const std::vector<TaskRecord>& tasks) {
+void printTasks(const std::vector<TaskRecord>& tasks, const DayView& view,
+                const std::string& indent = "    ") {
   for (const auto& task : tasks) {
-    std::cout << "    [" << (task.done ? "x" : " ") << "] " << task.title << "  (" << task.recordName
+    std::cout << indent << "[" << (task.done ? "x" : " ") << "] " << task.title << "  (" << task.recordName
               << ")\n";
+    if (const auto subtasks = view.subtasks.find(task.recordName); subtasks != view.subtasks.end()) {
+      printTasks(subtasks->second, view, indent + "    ");
+    }
   }
 }
 
@@ -289,13 +312,13 @@ void printText(const DayView& view) {
     }
     std::cout << "  " << TimeFormat::clockFromHHmm(gap.record.time) << "  "
               << gap.record.label.value_or("Gap") << "  " << ends << "  (" << gap.record.recordName << ")\n";
-    printTasks(gap.tasks);
+    printTasks(gap.tasks, view);
   }
   std::cout << "\nPlanned without a gap\n";
   if (view.withoutGap.empty()) {
     std::cout << "  none\n";
   }
-  printTasks(view.withoutGap);
+  printTasks(view.withoutGap, view);
 }
 
 void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& context) {

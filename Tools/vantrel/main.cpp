@@ -2,6 +2,7 @@
 #include "Tools/vantrel/CommandEnvironment.hpp"
 #include "Tools/vantrel/PlannerCommands.hpp"
 #include "Tools/vantrel/SyncCommand.hpp"
+#include "Tools/vantrel/WidgetCommand.hpp"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
@@ -22,6 +23,7 @@ int main(int argc, char** argv) {
       "sync", "Send what waits, fetch what other devices changed, and show what the profile holds");
   sync->callback([&] { runSyncCommand(CommandEnvironment::make(options), std::cout); });
   addPlannerCommands(app, options);
+  addWidgetCommands(app, options);
 
   try {
     app.parse(argc, argv);

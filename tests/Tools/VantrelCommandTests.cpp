@@ -1,41 +1,20 @@
 #include "VantrelCore/JSON/JSONValue.hpp"
+#include "tests/Support/CommandLineRun.hpp"
 #include "tests/Support/PrivateSessionBus.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <algorithm>
-#include <array>
-#include <cstdio>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <ranges>
 #include <string>
-#include <sys/wait.h>
 
 namespace vantrel {
 namespace {
 
-struct Run {
-  std::string output;
-  int exitCode = -1;
-};
-
-// Runs the real program, as a person would from a shell, with stderr folded into the output.
-Run vantrel(const std::string& arguments) {
-  const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
-  EXPECT_NE(binaryDir, nullptr) << "VANTREL_BINARY_DIR is set by CTest";
-  const std::string command = "env -u VANTREL_HOME LANG=en_US.UTF-8 " + std::string(binaryDir) +
-                              "/Tools/vantrel/vantrel " + arguments + " 2>&1";
-  Run run;
-  FILE* pipe = popen(command.c_str(), "r");
-  std::array<char, 4096> buffer{};
-  while (const auto read = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
-    run.output.append(buffer.data(), read);
-  }
-  const int status = pclose(pipe);
-  run.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  return run;
+testing::CommandLineRun vantrel(const std::string& arguments) {
+  return testing::runVantrel(arguments);
 }
 
 TEST(VantrelCommand, AboutReportsTheRunsInstantZoneAndProfile) {
@@ -230,6 +209,7 @@ TEST(VantrelCommand, TodayShowsTheDaysEventsOpenTimeGapsAndTheirTasks) {
   EXPECT_EQ(planner("calendars use " + calendars.string()), "work  Work  (Local)\n");
   planner("area add Home");
   planner("task add Dig --area home --name t-dig");
+  planner("subtask add t-dig Spade --name t-spade");
   planner("task add Sweep --area home --name t-sweep --on 2026-03-07");
   planner("gap add 2026-03-07 09:00 --label Morning --name g-morning");
   planner("task schedule 2026-03-07 t-dig --gap 09:00");
@@ -248,13 +228,17 @@ TEST(VantrelCommand, TodayShowsTheDaysEventsOpenTimeGapsAndTheirTasks) {
   EXPECT_EQ(readJSONNumber(day["gaps"][0]["end"]) - readJSONNumber(day["gaps"][0]["start"]), 3600);
   ASSERT_EQ(day["gaps"][0]["tasks"].Size(), 1u);
   EXPECT_EQ(readJSONString(day["gaps"][0]["tasks"][0]["recordName"]), "t-dig");
+  EXPECT_EQ(readJSONString(day["gaps"][0]["tasks"][0]["subtasks"][0]["recordName"]), "t-spade");
   ASSERT_EQ(day["plannedWithoutGap"].Size(), 1u);
   EXPECT_EQ(readJSONString(day["plannedWithoutGap"][0]["recordName"]), "t-sweep");
 
   const auto text = planner("today 2026-03-07");
   EXPECT_NE(text.find("Saturday, March 7, 2026"), std::string::npos) << text;
   EXPECT_NE(text.find("10:00 – 11:00 AM  Planning meeting  (Work)"), std::string::npos) << text;
-  EXPECT_NE(text.find("9:00 AM  Morning  until 10:00 AM (nextBoundary)"), std::string::npos) << text;
+  EXPECT_NE(text.find("9:00 AM  Morning  until 10:00 AM (nextBoundary)  (g-morning)\n    [ ] Dig  (t-dig)\n"
+                      "        [ ] Spade  (t-spade)\n"),
+            std::string::npos)
+      << text;
 
   planner("calendars block work");
   EXPECT_EQ(parseJSON(planner("--json today"))["events"].Size(), 0u);

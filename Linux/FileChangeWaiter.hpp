@@ -1,0 +1,36 @@
+#pragma once
+
+#include "VantrelCore/Model/Date.hpp"
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+namespace vantrel {
+
+/// Sleeps until an instant of the wall clock, or until one of some files in a folder is written,
+/// replaced or deleted, whichever comes first. A change of the system clock also ends the wait, so that
+/// the caller reads the time again rather than sleeping past the instant it meant.
+class FileChangeWaiter {
+public:
+  enum class Wake { deadline, fileChanged, clockChanged };
+
+  /// Watches `folder`, which must exist. Throws FileSystemError.
+  FileChangeWaiter(const std::filesystem::path& folder, std::set<std::string> fileNames);
+  ~FileChangeWaiter();
+  FileChangeWaiter(const FileChangeWaiter&) = delete;
+  FileChangeWaiter& operator=(const FileChangeWaiter&) = delete;
+
+  Wake waitUntil(Date deadline);
+
+private:
+  bool readEvents();
+  void closeAll();
+
+  std::filesystem::path folder_;
+  std::set<std::string> fileNames_;
+  int inotify_ = -1;
+  int timer_ = -1;
+};
+
+} // namespace vantrel

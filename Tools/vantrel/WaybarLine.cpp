@@ -1,0 +1,64 @@
+#include "Tools/vantrel/WaybarLine.hpp"
+
+#include "VantrelCore/JSON/JSONWriter.hpp"
+
+namespace vantrel::cli {
+namespace {
+
+/// "9:00 AM Deep work", or only the clock when the gap has no label of its own.
+std::string gapTitle(const std::string& clockLabel, const std::string& label) {
+  return label == clockLabel ? clockLabel : clockLabel + " " + label;
+}
+
+std::string barText(const GapWidgetModel& model) {
+  switch (model.state) {
+  case GapWidgetModel::State::currentGap:
+    return model.gapLabel + (model.taskCount > 0 ? " · " + std::to_string(model.doneCount) + "/" +
+                                                       std::to_string(model.taskCount)
+                                                 : "");
+  case GapWidgetModel::State::nextGap:
+    return "Next: " + gapTitle(model.gapClockLabel, model.gapLabel);
+  case GapWidgetModel::State::noGaps:
+    break;
+  }
+  return "No more gaps today";
+}
+
+std::string tooltip(const GapWidgetModel& model) {
+  if (model.state == GapWidgetModel::State::noGaps) {
+    return "No more gaps today";
+  }
+  std::string text = (model.isRunning ? "Now: " : "Next: ") + gapTitle(model.gapClockLabel, model.gapLabel);
+  for (const auto& task : model.tasks) {
+    text += "\n" + std::string(task.isSubtask ? "    " : "") + (task.done ? "☑ " : "☐ ") + task.title;
+  }
+  if (model.tasks.empty()) {
+    text += "\nNo tasks planned";
+  }
+  if (!model.upcomingGaps.empty()) {
+    text += "\n\nLater today:";
+    for (const auto& upcoming : model.upcomingGaps) {
+      text += "\n" + gapTitle(upcoming.clockLabel, upcoming.label);
+    }
+  }
+  return text;
+}
+
+} // namespace
+
+std::string waybarLine(const GapWidgetModel& model) {
+  JSONWriter json;
+  json.startObject();
+  json.key("text");
+  json.string(barText(model));
+  json.key("tooltip");
+  json.string(tooltip(model));
+  json.key("class");
+  json.string(gapWidgetStateName(model.state));
+  json.key("alt");
+  json.string(gapWidgetStateName(model.state));
+  json.endObject();
+  return json.takeText();
+}
+
+} // namespace vantrel::cli

@@ -1,0 +1,166 @@
+#include "VantrelCore/JSON/JSONValue.hpp"
+#include "tests/Support/CommandLineRun.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
+
+#include <csignal>
+#include <cstdio>
+#include <filesystem>
+#include <gtest/gtest.h>
+#include <string>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace vantrel {
+namespace {
+
+using testing::runVantrel;
+using testing::runVantrelWidget;
+
+class WidgetCommandTest : public ::testing::Test {
+protected:
+  void SetUp() override {
+    planner("area add Home");
+    planner("task add Dig --area home --name t-dig");
+    planner("subtask add t-dig Spade --name t-spade");
+    planner("task add Sweep --area home --name t-sweep");
+    planner("gap add 2026-03-07 09:00 --label Morning --name g-morning");
+    planner("gap add 2026-03-07 13:00 --name g-noon");
+    planner("task schedule 2026-03-07 t-dig --gap 09:00");
+    planner("task schedule 2026-03-07 t-sweep --gap 13:00");
+  }
+  std::string options() const {
+    return "--tz Europe/Berlin --now 2026-03-07T08:00 --profile " + (folder_.path() / "profile").string() +
+           " ";
+  }
+  std::string planner(const std::string& arguments) {
+    const auto run = runVantrel("--offline " + options() + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+    return run.output;
+  }
+  std::string widget(const std::string& arguments) {
+    const auto run = runVantrelWidget(options() + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+    return run.output;
+  }
+
+  testing::TemporaryFolder folder_;
+};
+
+TEST_F(WidgetCommandTest, TheEntryProgramPrintsTheTimelineEntriesAndAStatusLine) {
+  const auto timeline = parseJSON(widget(""));
+  ASSERT_TRUE(timeline.IsArray());
+  ASSERT_EQ(timeline.Size(), 5u);
+  EXPECT_EQ(readJSONNumber(timeline[0]["date"]), 794559600);
+  EXPECT_EQ(readJSONString(timeline[0]["model"]["state"]), "nextGap");
+  EXPECT_EQ(readJSONString(timeline[1]["model"]["state"]), "currentGap");
+  EXPECT_EQ(readJSONString(timeline[2]["model"]["gapRecordName"]), "g-noon");
+  EXPECT_EQ(readJSONString(timeline[0]["model"]["deepLinkURL"]), "vantrel://today?gap=g-morning");
+  EXPECT_EQ(widget(""), runVantrel(options() + "widget").output) << "vantrel widget is the same program";
+
+  const auto entry = parseJSON(widget("--at 2026-03-07T13:30 --snapshot"));
+  EXPECT_EQ(readJSONString(entry["model"]["gapLabel"]), "1:00 PM");
+  EXPECT_EQ(readJSONString(entry["model"]["tasks"][0]["id"]), "t-sweep");
+  EXPECT_EQ(readJSONString(parseJSON(widget("--placeholder"))["model"]["state"]), "currentGap");
+
+  EXPECT_EQ(
+      widget("--at 2026-03-07T09:15 --waybar"),
+      R"({"text":"Morning · 0/1","tooltip":"Now: 9:00 AM Morning\n☐ Dig\n    ☐ Spade\n\nLater today:\n1:00 PM",)"
+      R"("class":"currentGap","alt":"currentGap"})"
+      "\n");
+  EXPECT_EQ(widget("--at 2026-03-07T21:00 --waybar"),
+            R"({"text":"No more gaps today","tooltip":"No more gaps today","class":"noGaps","alt":"noGaps"})"
+            "\n");
+}
+
+TEST_F(WidgetCommandTest, MarkDoneShowsAtOnceAndTheNextRunAppliesIt) {
+  EXPECT_EQ(planner("mark-done t-dig"), "Marked \"Dig\" done; the planner applies it on its next run\n");
+  const auto queued = parseJSON(widget("--at 2026-03-07T09:15 --snapshot"));
+  EXPECT_TRUE(queued["model"]["tasks"][0]["done"].GetBool())
+      << "the widget shows the toggle before the planner ran";
+  EXPECT_EQ(readJSONNumber(queued["model"]["doneCount"]), 1);
+
+  const auto shared = folder_.path() / "profile" / "group.com.vantrel.vantrel.gen1" / "Vantrel";
+  ASSERT_TRUE(std::filesystem::exists(shared / "intent-actions.json"));
+  planner("sync");
+  EXPECT_FALSE(std::filesystem::exists(shared / "intent-actions.json")) << "a run drains the queue";
+  const auto tasks = planner("task list");
+  EXPECT_NE(tasks.find("t-dig  home  [x] Dig"), std::string::npos) << tasks;
+
+  const auto unknown = runVantrel(options() + "mark-done t-nope --not-done");
+  EXPECT_EQ(unknown.exitCode, 1);
+  EXPECT_EQ(unknown.output, "vantrel: no task 't-nope' in the planner's snapshot; see vantrel task list\n");
+}
+
+TEST_F(WidgetCommandTest, ReloadCommandRunsAfterMarkDone) {
+  const auto marker = folder_.path() / "reloaded";
+  planner("widget --set-reload-command 'touch " + marker.string() + "'");
+  planner("mark-done t-sweep --not-done");
+  EXPECT_TRUE(std::filesystem::exists(marker));
+}
+
+// The status-bar line follows the shared files: a toggle queued by another process shows as a new line.
+TEST_F(WidgetCommandTest, FollowPrintsANewLineWhenTheQueueChanges) {
+  const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
+  ASSERT_NE(binaryDir, nullptr);
+  // Today's plan, on the real clock, so that --follow (which refuses a fixed clock) has something to show.
+  const auto profile = (folder_.path() / "today").string();
+  const auto today = [&](const std::string& arguments) {
+    const auto run = runVantrel("--offline --tz UTC --profile " + profile + " " + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+  };
+  today("area add Home");
+  today("task add Rest --area home --name t-rest");
+  const auto now = std::time(nullptr);
+  char day[16];
+  std::strftime(day, sizeof day, "%Y-%m-%d", std::gmtime(&now));
+  // A gap at the day's last minute is the next one (its tasks shown) all day long.
+  today(std::string("gap add ") + day + " 23:59 --name g-late");
+  today(std::string("task schedule ") + day + " t-rest --gap 23:59");
+
+  int output[2];
+  ASSERT_EQ(pipe(output), 0);
+  const pid_t child = fork();
+  if (child == 0) {
+    dup2(output[1], STDOUT_FILENO);
+    close(output[0]);
+    const std::string program = std::string(binaryDir) + "/VantrelMacWidgetExtension/vantrel-widget";
+    execl(program.c_str(), program.c_str(), "--tz", "UTC", "--profile", profile.c_str(), "--waybar",
+          "--follow", nullptr);
+    _exit(127);
+  }
+  close(output[1]);
+  FILE* lines = fdopen(output[0], "r");
+  const auto nextLine = [&] {
+    char buffer[4096];
+    return std::string(std::fgets(buffer, sizeof buffer, lines) ? buffer : "");
+  };
+  const auto first = nextLine();
+  EXPECT_NE(first.find("☐ Rest"), std::string::npos) << first;
+  today("mark-done t-rest");
+  const auto second = nextLine();
+  EXPECT_NE(second.find("☑ Rest"), std::string::npos) << second;
+  kill(child, SIGTERM);
+  waitpid(child, nullptr, 0);
+  std::fclose(lines);
+}
+
+TEST_F(WidgetCommandTest, RefusesWhatItCannotDo) {
+  const struct {
+    std::string arguments;
+    std::string message;
+  } cases[] = {
+      {"--follow", "--follow requires --waybar"},
+      {"--waybar --follow", "vantrel-widget: --follow follows the real clock; leave out --now and --at\n"},
+      {"--placeholder --snapshot", "--placeholder excludes --snapshot"},
+      {"--at yesterday", "vantrel-widget: "},
+  };
+  for (const auto& testCase : cases) {
+    const auto run = runVantrelWidget(options() + testCase.arguments);
+    EXPECT_NE(run.exitCode, 0) << testCase.arguments;
+    EXPECT_NE(run.output.find(testCase.message), std::string::npos)
+        << testCase.arguments << ": " << run.output;
+  }
+}
+
+} // namespace
+} // namespace vantrel
