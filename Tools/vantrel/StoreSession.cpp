@@ -1,5 +1,6 @@
 #include "Tools/vantrel/StoreSession.hpp"
 
+#include "Linux/JSONFilePreferences.hpp"
 #include "Linux/PosixFileSystem.hpp"
 #include "Linux/SQLiteCloudDatabase.hpp"
 #include "Tools/vantrel/ReminderSchedule.hpp"
@@ -12,7 +13,9 @@
 namespace vantrel::cli {
 
 StoreSession::StoreSession(const CommandEnvironment& environment)
-    : undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json"),
+    : widgets_(
+          JSONFilePreferences::shared(environment.paths())->string(CommandWidgetCenter::reloadCommandKey)),
+      undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json"),
       statusFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "sync-status.json"),
       environment_(environment) {
   const auto cloudFile = environment.cloudDatabaseFile();
@@ -27,7 +30,8 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
                                      [cloudFile, &clock = environment.clock()](std::string_view) {
                                        return std::make_unique<SQLiteCloudDatabase>(cloudFile, clock);
                                      },
-                                 .automaticallySync = false});
+                                 .automaticallySync = false,
+                                 .widgets = &widgets_});
   const Logger logger("com.vantrel.vantrel", "CommandLine");
   if (const auto saved = PosixFileSystem::shared().readFile(statusFile_)) {
     try {

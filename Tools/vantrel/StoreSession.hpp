@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Linux/CommandWidgetCenter.hpp"
 #include "Tools/vantrel/CommandEnvironment.hpp"
 #include "VantrelCore/Platform/ManualExecutor.hpp"
 #include "VantrelCore/Store/CloudKitStore.hpp"
@@ -27,6 +28,8 @@ private:
   // the command ends, in order, on this thread.
   ManualExecutor owner_;
   ManualExecutor snapshotQueue_;
+  /// Tells the user's widget (their status bar) when a new snapshot is written.
+  CommandWidgetCenter widgets_;
   std::unique_ptr<CloudKitStore> store_;
   /// Where the last undoable action waits for the next run: the program ends after every command, and
   /// `vantrel undo` comes as a run of its own.

@@ -9,12 +9,13 @@ namespace vantrel {
 
 /// What a queued write needs, shared with the jobs so that it outlives the coordinator if it must.
 struct CacheSnapshotCoordinator::Writer {
-  Writer(const CloudKitPersistence& files, const Clock& now, Logger log)
-      : persistence(files), clock(now), logger(std::move(log)) {}
+  Writer(const CloudKitPersistence& files, const Clock& now, Logger log, WidgetCenter* widgetCenter)
+      : persistence(files), clock(now), logger(std::move(log)), widgets(widgetCenter) {}
 
   CloudKitPersistence persistence;
   const Clock& clock;
   Logger logger;
+  WidgetCenter* widgets;
   std::atomic<std::uint64_t> latestToken = 0;
   std::mutex mutex{};
   std::uint64_t writtenToken = 0;
@@ -31,6 +32,10 @@ struct CacheSnapshotCoordinator::Writer {
       const std::string text = snapshot.encodeJSON();
       persistence.writeCacheSnapshot(text);
       outcome.fileSize = std::int64_t(text.size());
+      // The widget reads this file; without a reload it would show the old one until its next entry.
+      if (widgets) {
+        widgets->reloadAllTimelines();
+      }
     } catch (const std::exception& error) {
       outcome.errorDescription = error.what();
       logger.error("Failed to write cache snapshot: %@", error.what());
@@ -42,10 +47,10 @@ struct CacheSnapshotCoordinator::Writer {
 CacheSnapshotCoordinator::CacheSnapshotCoordinator(CloudKitCache& cache,
                                                    const CloudKitPersistence& persistence, Executor& owner,
                                                    Executor& writeQueue, const Clock& clock,
-                                                   std::function<void()> onMutation)
+                                                   std::function<void()> onMutation, WidgetCenter* widgets)
     : cache_(cache), persistence_(persistence), owner_(owner), writeQueue_(writeQueue), clock_(clock),
       logger_("com.vantrel.vantrel", "CloudKitStore"),
-      writer_(std::make_shared<Writer>(persistence, clock, logger_)),
+      writer_(std::make_shared<Writer>(persistence, clock, logger_, widgets)),
       self_(std::make_shared<CacheSnapshotCoordinator*>(this)) {
   cache_.setOnMutation([this, onMutation = std::move(onMutation)] {
     if (onMutation) {

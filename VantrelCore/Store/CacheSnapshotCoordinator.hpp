@@ -3,6 +3,7 @@
 #include "VantrelCore/Platform/Clock.hpp"
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/WidgetCenter.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
 #include "VantrelCore/Store/CloudKitPersistence.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
@@ -34,9 +35,11 @@ public:
   static constexpr std::string_view writeQueueLabel = "com.vantrel.vantrel.cache-snapshot";
 
   /// Schedules a write after each mutation of `cache` from now on, and tells `onMutation` (when given) of
-  /// every mutation, those of restore() included.
+  /// every mutation, those of restore() included. Each file written has `widgets` (when given, and from
+  /// the writing thread) reload the widgets' timelines.
   CacheSnapshotCoordinator(CloudKitCache& cache, const CloudKitPersistence& persistence, Executor& owner,
-                           Executor& writeQueue, const Clock& clock, std::function<void()> onMutation = {});
+                           Executor& writeQueue, const Clock& clock, std::function<void()> onMutation = {},
+                           WidgetCenter* widgets = nullptr);
   ~CacheSnapshotCoordinator();
   CacheSnapshotCoordinator(const CacheSnapshotCoordinator&) = delete;
   CacheSnapshotCoordinator& operator=(const CacheSnapshotCoordinator&) = delete;

@@ -13,8 +13,9 @@ namespace vantrel {
 CloudKitStore::CloudKitStore(CloudKitPersistence persistence, Environment environment)
     : persistence_(std::move(persistence)), environment_(std::move(environment)),
       logger_("com.vantrel.vantrel", "CloudKit"),
-      snapshots_(cache_, persistence_, environment_.owner, environment_.snapshotQueue, environment_.clock,
-                 [this] { ++dataVersion_; }),
+      snapshots_(
+          cache_, persistence_, environment_.owner, environment_.snapshotQueue, environment_.clock,
+          [this] { ++dataVersion_; }, environment_.widgets),
       self_(std::make_shared<CloudKitStore*>(this)) {
   snapshots_.restore();
   try {

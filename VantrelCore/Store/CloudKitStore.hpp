@@ -8,6 +8,7 @@
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
 #include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
+#include "VantrelCore/Platform/WidgetCenter.hpp"
 #include "VantrelCore/Store/CacheSnapshotCoordinator.hpp"
 #include "VantrelCore/Store/CloudKitAccountChange.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
@@ -72,6 +73,8 @@ public:
     bool automaticallySync = true;
     /// Where new record names come from; random when not given.
     UUIDGenerator* uuids = nullptr;
+    /// Told after every snapshot written, from the snapshot queue; none when there is no widget host.
+    WidgetCenter* widgets = nullptr;
   };
 
   /// Restores the cache and the shared records from disk; no cloud work happens before start().

@@ -4,6 +4,7 @@
 #include "VantrelCore/Platform/SerialQueue.hpp"
 #include "VantrelCore/Store/CacheSnapshotCoordinator.hpp"
 #include "tests/Support/FaultInjectingFileSystem.hpp"
+#include "tests/Support/RecordingWidgetCenter.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
@@ -34,7 +35,8 @@ protected:
   ManualExecutor owner_;
   ManualExecutor writeQueue_;
   CloudKitCache cache_;
-  CacheSnapshotCoordinator coordinator_{cache_, persistence_, owner_, writeQueue_, clock_};
+  testing::RecordingWidgetCenter widgets_;
+  CacheSnapshotCoordinator coordinator_{cache_, persistence_, owner_, writeQueue_, clock_, {}, &widgets_};
   testing::ScopedLogCapture log_;
 };
 
@@ -105,6 +107,7 @@ TEST_F(CacheSnapshotCoordinatorTest, ABurstOfChangesIsWrittenOnceAfterTheOwnersW
   EXPECT_EQ(snapshotOnDisk(), cache_.snapshot());
   EXPECT_EQ(coordinator_.snapshotWriteToken(), 2u);
   EXPECT_EQ(fileSystem_.callCount(Step::rename), 2);
+  EXPECT_EQ(widgets_.reloads, 2) << "the widgets reload after each file written";
 }
 
 TEST_F(CacheSnapshotCoordinatorTest, ANewerRequestSupersedesOneStillQueued) {
@@ -145,8 +148,10 @@ TEST_F(CacheSnapshotCoordinatorTest, AFailedWriteLeavesAWholeFileAndIsReported) 
     coordinator_.flushSnapshotSynchronously();
     fileSystem_.failCall(step, fileSystem_.callCount(step) + 1, EIO);
     cache_.upsert(task("t-1", "new"));
+    const int reloads = widgets_.reloads;
     coordinator_.flushSnapshotSynchronously();
 
+    EXPECT_EQ(widgets_.reloads, reloads) << "no reload for a failed write";
     EXPECT_EQ(snapshotOnDisk(), renamed ? cache_.snapshot() : old) << int(step);
     const auto status = coordinator_.lastWriteStatus();
     ASSERT_TRUE(status && status->errorDescription) << int(step);

@@ -91,11 +91,16 @@ TEST_F(WidgetCommandTest, MarkDoneShowsAtOnceAndTheNextRunAppliesIt) {
   EXPECT_EQ(unknown.output, "vantrel: no task 't-nope' in the planner's snapshot; see vantrel task list\n");
 }
 
-TEST_F(WidgetCommandTest, ReloadCommandRunsAfterMarkDone) {
+TEST_F(WidgetCommandTest, TheReloadCommandRunsAfterAToggleAndAfterANewSnapshot) {
   const auto marker = folder_.path() / "reloaded";
-  planner("widget --set-reload-command 'touch " + marker.string() + "'");
+  planner("widget --set-reload-command 'echo >> " + marker.string() + "'");
   planner("mark-done t-sweep --not-done");
-  EXPECT_TRUE(std::filesystem::exists(marker));
+  EXPECT_EQ(std::filesystem::file_size(marker), 1u);
+  planner("task add Mop --area home");
+  EXPECT_EQ(std::filesystem::file_size(marker), 2u) << "the planner wrote a new snapshot";
+  planner("widget --set-reload-command ''");
+  planner("task add Wipe --area home");
+  EXPECT_EQ(std::filesystem::file_size(marker), 2u);
 }
 
 // The status-bar line follows the shared files: a toggle queued by another process shows as a new line.

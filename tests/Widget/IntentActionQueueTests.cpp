@@ -1,9 +1,9 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
 #include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
-#include "VantrelCore/Platform/WidgetCenter.hpp"
 #include "VantrelCore/Widget/IntentActionQueue.hpp"
 #include "VantrelCore/Widget/MarkTaskDoneIntent.hpp"
+#include "tests/Support/RecordingWidgetCenter.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
@@ -22,12 +22,6 @@ public:
 
 private:
   int count_ = 0;
-};
-
-class RecordingWidgetCenter final : public WidgetCenter {
-public:
-  void reloadAllTimelines() override { ++reloads; }
-  int reloads = 0;
 };
 
 class IntentActionQueueTest : public ::testing::Test {
@@ -95,7 +89,7 @@ TEST_F(IntentActionQueueTest, WithoutASharedFolderNothingIsRecorded) {
 }
 
 TEST_F(IntentActionQueueTest, TheIntentRecordsReloadsAndLogsAFailedWrite) {
-  RecordingWidgetCenter widgets;
+  testing::RecordingWidgetCenter widgets;
   MarkTaskDoneIntent{.task = {"t-dig", "Dig"}, .done = false}.perform(queue_, widgets);
   ASSERT_EQ(queue_.pending().size(), 1u);
   EXPECT_FALSE(queue_.pending()[0].done);
