@@ -326,15 +326,19 @@ void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
   auto* today = app.add_subcommand("today", "Show a day as the planner sees it (default: today)");
   today->add_option("date", *day, "The day, YYYY-MM-DD");
   today->callback([=] {
-    context->run([](CloudKitStore&, const CommandEnvironment&) {},
-                 [=](CloudKitStore& store, const CommandEnvironment& environment) {
-                   const auto shown =
-                       *day ? parseDay(**day)
-                            : CalendarDate::today(*DeviceSettings::timeZone(), environment.clock());
-                   Calendars calendars(environment);
-                   const auto view = viewOf(shown, store.cache(), calendars);
-                   environment.json() ? printJSON(view) : printText(view);
-                 });
+    context->run(
+        [](CloudKitStore&, const CommandEnvironment&) {},
+        [=](CloudKitStore& store, const CommandEnvironment& environment) {
+          const auto shown =
+              *day ? parseDay(**day) : CalendarDate::today(*DeviceSettings::timeZone(), environment.clock());
+          Calendars calendars(environment);
+          const auto view = viewOf(shown, store.cache(), calendars);
+          environment.json() ? printJSON(view) : printText(view);
+          if (!environment.json() && store.cache().areas().empty() && store.cache().tasks().empty()) {
+            std::cout << "\nThe planner is empty. Try it on a believable week: vantrel --profile DIR demo, "
+                         "with a new folder for DIR.\n";
+          }
+        });
   });
 }
 
