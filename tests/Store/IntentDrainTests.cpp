@@ -1,5 +1,6 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Widget/IntentActionQueue.hpp"
+#include "tests/Support/CountingUUIDs.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/StoreDevice.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
@@ -9,14 +10,6 @@
 
 namespace vantrel {
 namespace {
-
-class CountingUUIDs final : public UUIDGenerator {
-public:
-  std::string uuidString() override { return "UUID-" + std::to_string(++count_); }
-
-private:
-  int count_ = 0;
-};
 
 class IntentDrainTest : public ::testing::Test {
 protected:
@@ -31,7 +24,7 @@ protected:
   FixedClock clock_{Date{800'000'000}};
   testing::InMemoryCloudDatabase server_{clock_};
   testing::StoreDevice phone_{folder_.path() / "phone", server_, clock_};
-  CountingUUIDs uuids_;
+  testing::CountingUUIDs uuids_;
   IntentActionQueue queue_{phone_.store().persistence().sharedDirectory(), PosixFileSystem::shared(), clock_,
                            uuids_};
   std::string task_;

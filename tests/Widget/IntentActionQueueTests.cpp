@@ -3,6 +3,7 @@
 #include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
 #include "VantrelCore/Widget/IntentActionQueue.hpp"
 #include "VantrelCore/Widget/MarkTaskDoneIntent.hpp"
+#include "tests/Support/CountingUUIDs.hpp"
 #include "tests/Support/RecordingWidgetCenter.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
@@ -16,14 +17,6 @@
 namespace vantrel {
 namespace {
 
-class CountingUUIDs final : public UUIDGenerator {
-public:
-  std::string uuidString() override { return "UUID-" + std::to_string(++count_); }
-
-private:
-  int count_ = 0;
-};
-
 class IntentActionQueueTest : public ::testing::Test {
 protected:
   std::string fileText() const {
@@ -36,7 +29,7 @@ protected:
 
   testing::TemporaryFolder folder_;
   FixedClock clock_{Date{794559600.5}};
-  CountingUUIDs uuids_;
+  testing::CountingUUIDs uuids_;
   IntentActionQueue queue_{folder_.path(), PosixFileSystem::shared(), clock_, uuids_};
 };
 
