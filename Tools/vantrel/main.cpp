@@ -1,5 +1,6 @@
 #include "Tools/vantrel/AboutCommand.hpp"
 #include "Tools/vantrel/CommandEnvironment.hpp"
+#include "Tools/vantrel/OpenCommand.hpp"
 #include "Tools/vantrel/PlannerCommands.hpp"
 #include "Tools/vantrel/SyncCommand.hpp"
 #include "Tools/vantrel/WidgetCommand.hpp"
@@ -24,6 +25,7 @@ int main(int argc, char** argv) {
   sync->callback([&] { runSyncCommand(CommandEnvironment::make(options), std::cout); });
   addPlannerCommands(app, options);
   addWidgetCommands(app, options);
+  addOpenCommand(app, options);
 
   try {
     app.parse(argc, argv);

@@ -1,0 +1,47 @@
+#include "Tools/vantrel/OpenCommand.hpp"
+
+#include "VantrelCore/JSON/JSONWriter.hpp"
+#include "VantrelCore/Widget/AppRoute.hpp"
+#include "VantrelCore/Widget/DeepLinkRouter.hpp"
+
+#include <iostream>
+#include <memory>
+#include <stdexcept>
+
+namespace vantrel::cli {
+
+void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
+  auto url = std::make_shared<std::string>();
+  auto* open =
+      app.add_subcommand("open", "Route a link such as vantrel://today?gap=g-abc123 and show the screen");
+  open->add_option("url", *url, "The link")->required();
+  open->callback([&options, url] {
+    const auto environment = CommandEnvironment::make(options);
+    DeepLinkRouter router;
+    if (!router.handle(*url)) {
+      throw std::invalid_argument("not a Vantrel link: " + *url);
+    }
+    const auto& gap = router.pendingFocusGapID();
+    if (!environment.json()) {
+      std::cout << (gap ? "Today, focused on gap " + *gap : std::string("Today")) << "\n";
+      return;
+    }
+    JSONWriter json;
+    json.startObject();
+    // A link only ever opens Today; its route is written as window restoration keeps it.
+    json.key("route");
+    json.startObject();
+    json.key(AppRoute(AppRoute::Case::today).caseName());
+    json.startObject();
+    json.endObject();
+    json.endObject();
+    json.key("todayRequestToken");
+    json.int64(router.todayRequestToken());
+    json.key("pendingFocusGapID");
+    gap ? json.string(*gap) : json.null();
+    json.endObject();
+    std::cout << json.text() << "\n";
+  });
+}
+
+} // namespace vantrel::cli

@@ -1,0 +1,34 @@
+#pragma once
+
+#include "VantrelCore/Widget/AppRoute.hpp"
+
+#include <functional>
+#include <optional>
+#include <utility>
+
+namespace vantrel {
+
+/// Where the focused window publishes the route it shows, for the menu commands (which act on "the
+/// current project" or "the current day") to read. None while no window is focused.
+class CurrentAppRouteKey {
+public:
+  const std::optional<AppRoute>& value() const { return value_; }
+
+  /// Tells `onChange` only when the route differs from the one published before.
+  void publish(std::optional<AppRoute> route) {
+    if (route == value_) {
+      return;
+    }
+    value_ = std::move(route);
+    if (onChange) {
+      onChange();
+    }
+  }
+
+  std::function<void()> onChange;
+
+private:
+  std::optional<AppRoute> value_{};
+};
+
+} // namespace vantrel

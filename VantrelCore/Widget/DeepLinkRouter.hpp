@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace vantrel {
+
+/// Turns links opened from outside (the widget's tap) into a request for the Today screen, focused on one
+/// gap when the link names it. One per application, used on its main thread; the root view watches the
+/// token and switches to Today when it moves.
+class DeepLinkRouter {
+public:
+  /// Moves on every accepted link.
+  std::int64_t todayRequestToken() const { return todayRequestToken_; }
+  /// The gap Today should scroll to and focus.
+  const std::optional<std::string>& pendingFocusGapID() const { return pendingFocusGapID_; }
+
+  /// Accepts "vantrel://today", optionally with a "gap" query item naming a gap (percent-encoded), and
+  /// answers whether it did. Anything else changes nothing. The scheme is compared exactly: the planner
+  /// registers it in lower case, and a link that spells it otherwise was not made by it.
+  bool handle(std::string_view url);
+  /// Today has focused the gap.
+  void consumePendingFocus();
+
+  /// Called after every change of a member, and only then.
+  std::function<void()> onChange;
+
+private:
+  void changed() const {
+    if (onChange) {
+      onChange();
+    }
+  }
+
+  std::int64_t todayRequestToken_ = 0;
+  std::optional<std::string> pendingFocusGapID_{};
+};
+
+} // namespace vantrel
