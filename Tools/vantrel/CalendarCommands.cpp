@@ -17,9 +17,6 @@
 namespace vantrel::cli {
 namespace {
 
-/// Where the calendars are read from: the folder (or .ics file) the user named with `calendars use`.
-constexpr std::string_view calendarFolderKey = "com.vantrel.calendarFolder";
-
 /// The profile's calendars: its preferences, the store over the named folder, and the source over both.
 struct Calendars {
   explicit Calendars(const CommandEnvironment& environment)

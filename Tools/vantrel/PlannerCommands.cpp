@@ -2,6 +2,7 @@
 
 #include "Tools/vantrel/CalendarCommands.hpp"
 #include "Tools/vantrel/DayCommands.hpp"
+#include "Tools/vantrel/DemoCommand.hpp"
 #include "Tools/vantrel/PlannerContext.hpp"
 #include "Tools/vantrel/ReminderCommands.hpp"
 #include "Tools/vantrel/StatusCommand.hpp"
@@ -202,6 +203,7 @@ void addPlannerCommands(CLI::App& app, const GlobalOptions& options) {
   addStatusCommand(app, context);
   addReminderCommands(app, context);
   addCalendarCommands(app, context);
+  addDemoCommand(app, context);
   app.add_subcommand("undo", "Take back the last task deletion or move")->callback([=] {
     context->run([&](CloudKitStore& store, const CommandEnvironment&) {
       if (const auto& action = store.lastUndoable()) {
