@@ -27,13 +27,13 @@ std::vector<TaskEntity> TaskEntityQuery::entities(std::span<const std::string> i
     std::string_view key;
     while (scanner.nextMember(key)) {
       if (key != "tasks") {
-        scanner.skipValue();
+        scanner.skipBalanced();
         continue;
       }
       scanner.enterObject();
       std::string_view name;
       while (scanner.nextMember(name)) {
-        const auto record = scanner.skipValue();
+        const auto record = scanner.skipBalanced();
         if (const auto unescaped = JSONScanner::unescaped(name); wanted.contains(unescaped)) {
           titles[unescaped] = decodeRecord<TaskRecord>(parseJSON(record)).title;
         }

@@ -5,6 +5,7 @@
 #include "VantrelCore/Platform/InMemoryPreferences.hpp"
 #include "VantrelCore/Widget/GapTimelineProvider.hpp"
 #include "VantrelCore/Widget/GapWidgetModel.hpp"
+#include "VantrelCore/Widget/TaskEntityQuery.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
@@ -216,6 +217,29 @@ TEST_F(GapWidgetModelTest, WhiteSpaceAndKeyOrderDoNotChangeWhatIsRead) {
     writeShared("cache-snapshot.json", text);
     EXPECT_EQ(GapWidgetModel::timeline(at(8), environment()), expected) << text.substr(0, 80);
   }
+}
+
+TEST_F(GapWidgetModelTest, TheTaskQueryFindsTasksByNameAndSuggestsWhatIsLeftToday) {
+  const auto entityNames = [](const std::vector<TaskEntity>& entities) {
+    std::vector<std::string> names;
+    for (const auto& entity : entities) {
+      names.push_back(entity.id + " " + entity.title);
+    }
+    return names;
+  };
+  FixedClock clock(at(8));
+  const TaskEntityQuery query(environment(), clock);
+  const std::vector<std::string> asked{"t-cook", "t-nope", "t-spade"};
+  EXPECT_TRUE(query.entities(asked).empty()) << "no snapshot yet";
+
+  writeShared("cache-snapshot.json", snapshotJSON);
+  EXPECT_EQ(entityNames(query.entities(asked)),
+            (std::vector<std::string>{"t-cook Cook", "t-spade Find the \"spade\""}));
+  // Open tasks of the gaps to come that a toggle can reach: not the shared project's review.
+  EXPECT_EQ(entityNames(query.suggestedEntities()),
+            (std::vector<std::string>{"t-deploy Deploy", "t-dig Dig", "t-cook Cook"}));
+  clock.set(at(14));
+  EXPECT_EQ(entityNames(query.suggestedEntities()), std::vector<std::string>{"t-cook Cook"});
 }
 
 TEST_F(GapWidgetModelTest, ThePlaceholderAndTheDeepLink) {
