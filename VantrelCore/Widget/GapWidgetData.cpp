@@ -6,7 +6,6 @@
 
 #include <charconv>
 #include <functional>
-#include <memory>
 #include <optional>
 #include <set>
 
