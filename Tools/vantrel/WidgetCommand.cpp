@@ -74,10 +74,12 @@ void printEntry(const GapEntry& entry, bool waybar) {
 void runWidget(const GlobalOptions& options, const WidgetOptions& widget) {
   const auto environment = CommandEnvironment::make(options);
   WidgetFiles files(environment);
+  if (widget.reloadCommand && widget.reloadCommand->empty()) {
+    files.preferences->removeValue(CommandWidgetCenter::reloadCommandKey);
+    return;
+  }
   if (widget.reloadCommand) {
-    widget.reloadCommand->empty()
-        ? files.preferences->removeValue(CommandWidgetCenter::reloadCommandKey)
-        : files.preferences->setValue(CommandWidgetCenter::reloadCommandKey, *widget.reloadCommand);
+    files.preferences->setValue(CommandWidgetCenter::reloadCommandKey, *widget.reloadCommand);
     return;
   }
   std::unique_ptr<Clock> atClock;
