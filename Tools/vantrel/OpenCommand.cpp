@@ -7,6 +7,7 @@
 #include <iostream>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 namespace vantrel::cli {
 
@@ -17,6 +18,7 @@ void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
   open->add_option("url", *url, "The link")->required();
   open->callback([&options, url] {
     const auto environment = CommandEnvironment::make(options);
+    // A fresh router, as at the planner's start: the token reads 1 after the one link.
     DeepLinkRouter router;
     if (!router.handle(*url)) {
       throw std::invalid_argument("not a Vantrel link: " + *url);
@@ -28,17 +30,17 @@ void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
     }
     JSONWriter json;
     json.startObject();
-    // A link only ever opens Today; its route is written as window restoration keeps it.
+    // Every link the router accepts opens Today; the route is written as window restoration keeps it.
     json.key("route");
-    json.startObject();
-    json.key(AppRoute(AppRoute::Case::today).caseName());
-    json.startObject();
-    json.endObject();
-    json.endObject();
+    AppRoute::today().encodeJSON(json);
     json.key("todayRequestToken");
     json.int64(router.todayRequestToken());
     json.key("pendingFocusGapID");
-    gap ? json.string(*gap) : json.null();
+    if (gap) {
+      json.string(*gap);
+    } else {
+      json.null();
+    }
     json.endObject();
     std::cout << json.text() << "\n";
   });

@@ -6,66 +6,61 @@
 
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 
 namespace vantrel {
 namespace {
 
-enum class Payload { none, identifier, day };
+enum class PayloadKind { none, identifier, day };
 
 struct CaseInfo {
   AppRoute::Case routeCase;
   std::string_view name;
-  Payload payload;
+  PayloadKind payload;
   bool detachable;
 };
 
+// Indexed by the case, so the order must follow the enumeration's.
 constexpr std::array<CaseInfo, 12> cases{{
-    {AppRoute::Case::today, "today", Payload::none, true},
-    {AppRoute::Case::plan, "plan", Payload::none, true},
-    {AppRoute::Case::upcomingDeadlines, "upcomingDeadlines", Payload::none, true},
-    {AppRoute::Case::anyday, "anyday", Payload::none, true},
-    {AppRoute::Case::archives, "archives", Payload::none, false},
-    {AppRoute::Case::area, "area", Payload::identifier, true},
-    {AppRoute::Case::project, "project", Payload::identifier, true},
-    {AppRoute::Case::day, "day", Payload::day, true},
-    {AppRoute::Case::pinnedProject, "pinnedProject", Payload::identifier, true},
-    {AppRoute::Case::sharedProject, "sharedProject", Payload::identifier, true},
-    {AppRoute::Case::inbox, "inbox", Payload::none, false},
-    {AppRoute::Case::settings, "settings", Payload::none, false},
+    {AppRoute::Case::today, "today", PayloadKind::none, true},
+    {AppRoute::Case::plan, "plan", PayloadKind::none, true},
+    {AppRoute::Case::upcomingDeadlines, "upcomingDeadlines", PayloadKind::none, true},
+    {AppRoute::Case::anyday, "anyday", PayloadKind::none, true},
+    {AppRoute::Case::archives, "archives", PayloadKind::none, false},
+    {AppRoute::Case::area, "area", PayloadKind::identifier, true},
+    {AppRoute::Case::project, "project", PayloadKind::identifier, true},
+    {AppRoute::Case::day, "day", PayloadKind::day, true},
+    {AppRoute::Case::pinnedProject, "pinnedProject", PayloadKind::identifier, true},
+    {AppRoute::Case::sharedProject, "sharedProject", PayloadKind::identifier, true},
+    {AppRoute::Case::inbox, "inbox", PayloadKind::none, false},
+    {AppRoute::Case::settings, "settings", PayloadKind::none, false},
 }};
+
+constexpr bool casesFollowTheEnumeration() {
+  for (std::size_t index = 0; index < cases.size(); ++index) {
+    if (static_cast<std::size_t>(cases[index].routeCase) != index) {
+      return false;
+    }
+  }
+  return true;
+}
+static_assert(casesFollowTheEnumeration());
 
 const CaseInfo& infoOf(AppRoute::Case routeCase) {
   return cases[static_cast<std::size_t>(routeCase)];
 }
 
-void require(AppRoute::Case routeCase, Payload payload) {
-  if (infoOf(routeCase).payload != payload) {
-    throw std::invalid_argument("the route " + std::string(infoOf(routeCase).name) + " takes " +
-                                (infoOf(routeCase).payload == Payload::none         ? "no payload"
-                                 : infoOf(routeCase).payload == Payload::identifier ? "an identifier"
-                                                                                    : "a day"));
-  }
+/// The key the single, unlabelled payload is stored under.
+constexpr std::string_view payloadKey = "_0";
+
+std::string_view nameOf(const rapidjson::Value& name) {
+  return {name.GetString(), name.GetStringLength()};
 }
 
-[[noreturn]] void corrupted(std::string path, std::string description) {
-  throw DecodingError(DecodingError::Kind::dataCorrupted, std::move(path), std::move(description));
+[[noreturn]] void fail(DecodingError::Kind kind, std::string_view path, std::string description) {
+  throw DecodingError(kind, std::string(path), std::move(description));
 }
 
 } // namespace
-
-AppRoute::AppRoute(Case routeCase) : case_(routeCase) {
-  require(routeCase, Payload::none);
-}
-
-AppRoute::AppRoute(Case routeCase, std::string identifier)
-    : case_(routeCase), payload_(std::move(identifier)) {
-  require(routeCase, Payload::identifier);
-}
-
-AppRoute::AppRoute(Case routeCase, CalendarDate day) : case_(routeCase), payload_(day) {
-  require(routeCase, Payload::day);
-}
 
 std::string_view AppRoute::caseName() const {
   return infoOf(case_).name;
@@ -76,23 +71,30 @@ bool AppRoute::isDetachable() const {
 }
 
 std::optional<AppRoute> AppRoute::detached() const {
-  return isDetachable() ? std::optional(*this) : std::nullopt;
+  if (!isDetachable()) {
+    return std::nullopt;
+  }
+  return *this;
 }
 
-std::string AppRoute::encodeJSON() const {
-  JSONWriter json;
+void AppRoute::encodeJSON(JSONWriter& json) const {
   json.startObject();
   json.key(caseName());
   json.startObject();
   if (const auto* text = identifier()) {
-    json.key("_0");
+    json.key(payloadKey);
     json.string(*text);
   } else if (const auto* day = date()) {
-    json.key("_0");
+    json.key(payloadKey);
     json.string(day->description());
   }
   json.endObject();
   json.endObject();
+}
+
+std::string AppRoute::encodeJSON() const {
+  JSONWriter json;
+  encodeJSON(json);
   return json.takeText();
 }
 
@@ -100,14 +102,16 @@ AppRoute AppRoute::decodeJSON(std::string_view text) {
   const auto document = parseJSON(text);
   const auto& outer = readJSONObject(document);
   if (outer.MemberCount() != 1) {
-    corrupted("", "a route is an object with exactly one key, got " + std::to_string(outer.MemberCount()));
+    fail(DecodingError::Kind::dataCorrupted, "",
+         "expected one key naming the route, got " + std::to_string(outer.MemberCount()));
   }
   const auto& member = *outer.MemberBegin();
-  const std::string_view name(member.name.GetString(), member.name.GetStringLength());
+  const auto name = nameOf(member.name);
   const auto found = std::ranges::find(cases, name, &CaseInfo::name);
   if (found == cases.end()) {
-    corrupted(std::string(name), "no route is named " + std::string(name));
+    fail(DecodingError::Kind::dataCorrupted, name, "no route is named \"" + std::string(name) + "\"");
   }
+
   const auto& inner = [&]() -> const rapidjson::Value& {
     try {
       return readJSONObject(member.value);
@@ -115,25 +119,32 @@ AppRoute AppRoute::decodeJSON(std::string_view text) {
       throw error.nestedIn(std::string(name));
     }
   }();
-  const auto expectedKeys = found->payload == Payload::none ? 0u : 1u;
-  const auto payload = inner.FindMember("_0");
-  if (inner.MemberCount() != expectedKeys || (expectedKeys == 1 && payload == inner.MemberEnd())) {
-    corrupted(std::string(name), found->payload == Payload::none
-                                     ? "the route " + std::string(name) + " has no payload"
-                                     : "expected the payload under \"_0\" alone");
-  }
-  try {
-    switch (found->payload) {
-    case Payload::none:
-      return AppRoute(found->routeCase);
-    case Payload::identifier:
-      return AppRoute(found->routeCase, std::string(readJSONString(payload->value)));
-    case Payload::day:
-      break;
+  for (auto key = inner.MemberBegin(); key != inner.MemberEnd(); ++key) {
+    if (found->payload == PayloadKind::none || nameOf(key->name) != payloadKey) {
+      fail(DecodingError::Kind::dataCorrupted, name,
+           "unexpected key \"" + std::string(nameOf(key->name)) + "\" in the route " + std::string(name));
     }
-    return AppRoute(found->routeCase, CalendarDate::decode(readJSONString(payload->value)));
+  }
+  if (found->payload == PayloadKind::none) {
+    return AppRoute(found->routeCase, {});
+  }
+  if (inner.MemberCount() == 0) {
+    fail(DecodingError::Kind::keyNotFound, name,
+         "the route " + std::string(name) + " needs its payload under \"_0\"");
+  }
+  if (inner.MemberCount() > 1) {
+    fail(DecodingError::Kind::dataCorrupted, name, "the key \"_0\" appears more than once");
+  }
+
+  const auto& payload = inner.MemberBegin()->value;
+  try {
+    const auto value = readJSONString(payload);
+    if (found->payload == PayloadKind::day) {
+      return AppRoute(found->routeCase, CalendarDate::decode(value));
+    }
+    return AppRoute(found->routeCase, std::string(value));
   } catch (const DecodingError& error) {
-    throw error.nestedIn(std::string(name) + "/_0");
+    throw error.nestedIn(std::string(name) + "/" + std::string(payloadKey));
   }
 }
 
@@ -145,7 +156,7 @@ std::size_t AppRoute::hash() const {
   if (const auto* text = identifier()) {
     combine(std::hash<std::string>()(*text));
   } else if (const auto* day = date()) {
-    combine(std::hash<std::string>()(day->description()));
+    combine(std::hash<CalendarDate>()(*day));
   }
   return seed;
 }

@@ -12,8 +12,10 @@ namespace vantrel {
 /// current project" or "the current day") to read. None while no window is focused.
 class CurrentAppRouteKey {
 public:
+  /// The focused window's route; none while no window is focused.
   const std::optional<AppRoute>& value() const { return value_; }
 
+  /// Called by the window that gains focus with its route, and with none when the last one loses it.
   /// Tells `onChange` only when the route differs from the one published before.
   void publish(std::optional<AppRoute> route) {
     if (route == value_) {
@@ -25,6 +27,7 @@ public:
     }
   }
 
+  /// Called after the published route has changed, and only then.
   std::function<void()> onChange;
 
 private:

@@ -1,5 +1,7 @@
 #include "VantrelCore/Widget/DeepLinkRouter.hpp"
 
+#include <utility>
+
 namespace vantrel {
 namespace {
 
@@ -51,7 +53,7 @@ std::optional<LinkParts> partsOf(std::string_view url) {
     rest = rest.substr(0, question);
   }
   // With an authority ("//host") the host is its name without user and port; without one, as in
-  // "vantrel:today", the host is read from the path.
+  // "vantrel:today", the host is read from the path, so that the short form opens Today too.
   if (rest.starts_with("//")) {
     rest = rest.substr(2);
     rest = rest.substr(0, rest.find('/'));

@@ -18,14 +18,16 @@ public:
   /// The gap Today should scroll to and focus.
   const std::optional<std::string>& pendingFocusGapID() const { return pendingFocusGapID_; }
 
-  /// Accepts "vantrel://today", optionally with a "gap" query item naming a gap (percent-encoded), and
-  /// answers whether it did. Anything else changes nothing. The scheme is compared exactly: the planner
-  /// registers it in lower case, and a link that spells it otherwise was not made by it.
+  /// Accepts "vantrel://today" (or "vantrel:today"), optionally with a "gap" query item naming a gap
+  /// (percent-encoded), and answers whether it did. An accepted link moves the token and, when its first
+  /// "gap" item has a value, makes that gap the pending one; anything else changes nothing. The scheme is
+  /// compared exactly: the planner registers it in lower case, and a link spelt otherwise was not made by
+  /// it.
   bool handle(std::string_view url);
-  /// Today has focused the gap.
+  /// Today has focused the gap: clears it, publishing a change only when one was pending.
   void consumePendingFocus();
 
-  /// Called after every change of a member, and only then.
+  /// Called after a member has changed, and only then.
   std::function<void()> onChange;
 
 private:

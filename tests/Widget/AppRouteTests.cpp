@@ -1,131 +1,142 @@
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Widget/AppRoute.hpp"
 #include "VantrelCore/Widget/CurrentAppRouteKey.hpp"
-#include "VantrelCore/Widget/DeepLinkRouter.hpp"
 
 #include <gtest/gtest.h>
+#include <optional>
+#include <string>
 #include <unordered_set>
+#include <vector>
 
 namespace vantrel {
 namespace {
 
-using Case = AppRoute::Case;
+using Kind = DecodingError::Kind;
 
-TEST(AppRoute, EveryCaseHasItsJSONFormAndDetachability) {
+TEST(AppRoute, EveryCaseHasItsNameJSONFormAndDetachability) {
   const struct {
     AppRoute route;
+    AppRoute::Case routeCase;
+    std::string name;
     std::string json;
     bool detachable;
   } routes[] = {
-      {AppRoute(Case::today), R"({"today":{}})", true},
-      {AppRoute(Case::plan), R"({"plan":{}})", true},
-      {AppRoute(Case::upcomingDeadlines), R"({"upcomingDeadlines":{}})", true},
-      {AppRoute(Case::anyday), R"({"anyday":{}})", true},
-      {AppRoute(Case::archives), R"({"archives":{}})", false},
-      {AppRoute(Case::area, "home"), R"({"area":{"_0":"home"}})", true},
-      {AppRoute(Case::project, "p-abc123"), R"({"project":{"_0":"p-abc123"}})", true},
-      {AppRoute(Case::day, CalendarDate{2026, 3, 7}), R"({"day":{"_0":"2026-03-07"}})", true},
-      {AppRoute(Case::pinnedProject, "p-1"), R"({"pinnedProject":{"_0":"p-1"}})", true},
-      {AppRoute(Case::sharedProject, "p-\"2\""), R"({"sharedProject":{"_0":"p-\"2\""}})", true},
-      {AppRoute(Case::inbox), R"({"inbox":{}})", false},
-      {AppRoute(Case::settings), R"({"settings":{}})", false},
+      {AppRoute::today(), AppRoute::Case::today, "today", R"({"today":{}})", true},
+      {AppRoute::plan(), AppRoute::Case::plan, "plan", R"({"plan":{}})", true},
+      {AppRoute::upcomingDeadlines(), AppRoute::Case::upcomingDeadlines, "upcomingDeadlines",
+       R"({"upcomingDeadlines":{}})", true},
+      {AppRoute::anyday(), AppRoute::Case::anyday, "anyday", R"({"anyday":{}})", true},
+      {AppRoute::archives(), AppRoute::Case::archives, "archives", R"({"archives":{}})", false},
+      {AppRoute::area("home"), AppRoute::Case::area, "area", R"({"area":{"_0":"home"}})", true},
+      {AppRoute::project("p-abc123"), AppRoute::Case::project, "project", R"({"project":{"_0":"p-abc123"}})",
+       true},
+      {AppRoute::day({2026, 3, 7}), AppRoute::Case::day, "day", R"({"day":{"_0":"2026-03-07"}})", true},
+      {AppRoute::pinnedProject("p-1"), AppRoute::Case::pinnedProject, "pinnedProject",
+       R"({"pinnedProject":{"_0":"p-1"}})", true},
+      {AppRoute::sharedProject("p-\"2\"\u00e9"), AppRoute::Case::sharedProject, "sharedProject",
+       "{\"sharedProject\":{\"_0\":\"p-\\\"2\\\"\u00e9\"}}", true},
+      {AppRoute::inbox(), AppRoute::Case::inbox, "inbox", R"({"inbox":{}})", false},
+      {AppRoute::settings(), AppRoute::Case::settings, "settings", R"({"settings":{}})", false},
   };
   std::unordered_set<AppRoute> seen;
-  for (const auto& [route, json, detachable] : routes) {
+  for (const auto& [route, routeCase, name, json, detachable] : routes) {
+    EXPECT_EQ(route.routeCase(), routeCase) << name;
+    EXPECT_EQ(route.caseName(), name);
     EXPECT_EQ(route.encodeJSON(), json);
     EXPECT_EQ(AppRoute::decodeJSON(json), route) << json;
-    EXPECT_EQ(route.isDetachable(), detachable) << json;
-    EXPECT_EQ(route.detached(), detachable ? std::optional(route) : std::nullopt) << json;
-    EXPECT_TRUE(seen.insert(route).second) << json;
+    EXPECT_EQ(route.isDetachable(), detachable) << name;
+    EXPECT_EQ(route.detached(), detachable ? std::optional(route) : std::nullopt) << name;
+    EXPECT_TRUE(seen.insert(route).second) << name << " collides with an earlier route";
   }
-  EXPECT_TRUE(seen.contains(AppRoute(Case::day, CalendarDate{2026, 3, 7})));
-  EXPECT_FALSE(seen.contains(AppRoute(Case::day, CalendarDate{2026, 3, 8})));
-  EXPECT_NE(AppRoute(Case::project, "p-1"), AppRoute(Case::pinnedProject, "p-1"));
+  EXPECT_EQ(seen.size(), 12u);
 }
 
-TEST(AppRoute, RefusesAnyOtherForm) {
-  const char* refused[] = {
-      R"({})",
-      R"({"today":{},"plan":{}})",
-      R"({"week":{}})",
-      R"({"today":[]})",
-      R"({"today":{"_0":"x"}})",
-      R"({"area":{}})",
-      R"({"area":{"_1":"home"}})",
-      R"({"area":{"_0":"home","_1":"x"}})",
-      R"({"area":{"_0":5}})",
-      R"({"day":{"_0":"March 7"}})",
-      R"(["today"])",
-      R"("today")",
+TEST(AppRoute, EqualityAndHashingCoverThePayload) {
+  const std::vector<AppRoute> distinct = {
+      AppRoute::project("p-1"),       AppRoute::project("p-2"),    AppRoute::pinnedProject("p-1"),
+      AppRoute::sharedProject("p-1"), AppRoute::area("p-1"),       AppRoute::area(""),
+      AppRoute::day({2026, 3, 7}),    AppRoute::day({2026, 3, 8}), AppRoute::day({2026, 4, 7}),
+      AppRoute::day({2027, 3, 7}),
   };
-  for (const auto* json : refused) {
-    EXPECT_THROW(AppRoute::decodeJSON(json), DecodingError) << json;
+  std::unordered_set<AppRoute> seen(distinct.begin(), distinct.end());
+  EXPECT_EQ(seen.size(), distinct.size());
+  for (std::size_t first = 0; first < distinct.size(); ++first) {
+    for (std::size_t second = 0; second < distinct.size(); ++second) {
+      EXPECT_EQ(distinct[first] == distinct[second], first == second) << first << " and " << second;
+    }
   }
-  EXPECT_THROW(AppRoute(Case::area), std::invalid_argument);
-  EXPECT_THROW(AppRoute(Case::today, "x"), std::invalid_argument);
-  EXPECT_THROW(AppRoute(Case::project, CalendarDate{2026, 3, 7}), std::invalid_argument);
+  // Equal routes made apart must find each other in a set.
+  EXPECT_TRUE(seen.contains(AppRoute::day(*CalendarDate::parse("2026-3-7"))));
+  EXPECT_TRUE(seen.contains(AppRoute::project(std::string("p-") + "2")));
+  EXPECT_FALSE(seen.contains(AppRoute::project("p-3")));
 }
 
-TEST(DeepLinkRouter, OpensTodayAndFocusesTheGapALinkNames) {
+TEST(AppRoute, AnyDayIsDetachableAndKeepsItsPayload) {
+  // Parsed days are not range-checked, and a window restored from one must come back as it was.
+  for (const auto* text : {"2026-03-07", "2026-13-45", "0000-01-01", "99999-01-01"}) {
+    const auto route = AppRoute::day(*CalendarDate::parse(text));
+    EXPECT_EQ(route.detached(), route) << text;
+    EXPECT_EQ(route.date()->description(), text);
+    EXPECT_EQ(route.identifier(), nullptr);
+    EXPECT_EQ(AppRoute::decodeJSON(route.encodeJSON()), route) << text;
+  }
+}
+
+TEST(AppRoute, DecodingRefusesAnyOtherFormAndSaysWhere) {
   const struct {
-    const char* url;
-    bool understood;
-    std::optional<std::string> focus;
-  } links[] = {
-      {"vantrel://today?gap=G1", true, "G1"},
-      {"vantrel://today", true, std::nullopt},
-      {"vantrel:today?gap=G2", true, "G2"},
-      {"vantrel://today/?from=widget&gap=g-a%20b%26c#top", true, "g-a b&c"},
-      {"vantrel://user@today:80?gap=G3", true, "G3"},
-      {"vantrel://today?gap=G4&gap=G5", true, "G4"},
-      {"vantrel://today?gap=a+b%zz", true, "a+b%zz"},
-      {"vantrel://week?gap=G1", false, std::nullopt},
-      {"other://today?gap=G1", false, std::nullopt},
-      {"Vantrel://today", false, std::nullopt},
-      {"vantrel://Today", false, std::nullopt},
-      {"today", false, std::nullopt},
-      {"", false, std::nullopt},
+    std::string json;
+    Kind kind;
+    std::string codingPath;
+    std::string mentions;
+  } refused[] = {
+      {R"({})", Kind::dataCorrupted, "", "got 0"},
+      {R"({"today":{},"plan":{}})", Kind::dataCorrupted, "", "got 2"},
+      {R"({"today":{},"today":{}})", Kind::dataCorrupted, "", "got 2"},
+      {R"({"week":{}})", Kind::dataCorrupted, "week", "\"week\""},
+      {R"({"Today":{}})", Kind::dataCorrupted, "Today", "\"Today\""},
+      {R"({"today":[]})", Kind::typeMismatch, "today", "object"},
+      {R"({"today":null})", Kind::typeMismatch, "today", "object"},
+      {R"({"today":{"_0":"x"}})", Kind::dataCorrupted, "today", "\"_0\""},
+      {R"({"area":{}})", Kind::keyNotFound, "area", "\"_0\""},
+      {R"({"area":{"_1":"home"}})", Kind::dataCorrupted, "area", "\"_1\""},
+      {R"({"area":{"_0":"home","_1":"x"}})", Kind::dataCorrupted, "area", "\"_1\""},
+      {R"({"area":{"_0":"a","_0":"b"}})", Kind::dataCorrupted, "area", "more than once"},
+      {R"({"area":{"_0":5}})", Kind::typeMismatch, "area/_0", "string"},
+      {R"({"project":{"_0":null}})", Kind::typeMismatch, "project/_0", "string"},
+      {R"({"day":{"_0":"March 7"}})", Kind::dataCorrupted, "day/_0", "March 7"},
+      {R"({"day":{"_0":{"year":2026,"month":3,"day":7}}})", Kind::typeMismatch, "day/_0", "string"},
+      {R"(["today"])", Kind::typeMismatch, "", "object"},
+      {R"("today")", Kind::typeMismatch, "", "object"},
+      {R"({"today":{})", Kind::dataCorrupted, "", ""},
   };
-  for (const auto& link : links) {
-    DeepLinkRouter router;
-    int changes = 0;
-    router.onChange = [&] { ++changes; };
-    EXPECT_EQ(router.handle(link.url), link.understood) << link.url;
-    EXPECT_EQ(router.todayRequestToken(), link.understood ? 1 : 0) << link.url;
-    EXPECT_EQ(router.pendingFocusGapID(), link.focus) << link.url;
-    EXPECT_EQ(changes, link.understood ? 1 : 0) << link.url;
+  for (const auto& [json, kind, codingPath, mentions] : refused) {
+    try {
+      const auto route = AppRoute::decodeJSON(json);
+      ADD_FAILURE() << json << " decoded as " << route.encodeJSON();
+    } catch (const DecodingError& error) {
+      EXPECT_EQ(error.kind(), kind) << json << ": " << error.what();
+      EXPECT_EQ(error.codingPath(), codingPath) << json << ": " << error.what();
+      EXPECT_NE(error.debugDescription().find(mentions), std::string::npos) << json << ": " << error.what();
+    }
   }
-}
-
-TEST(DeepLinkRouter, EveryLinkMovesTheTokenAndAnEmptyGapKeepsThePendingOne) {
-  DeepLinkRouter router;
-  int changes = 0;
-  router.onChange = [&] { ++changes; };
-  router.handle("vantrel://today?gap=G1");
-  router.handle("vantrel://today?gap=G1");
-  EXPECT_EQ(router.todayRequestToken(), 2);
-  router.handle("vantrel://today?gap=");
-  EXPECT_EQ(router.todayRequestToken(), 3);
-  EXPECT_EQ(router.pendingFocusGapID(), "G1");
-
-  router.consumePendingFocus();
-  EXPECT_EQ(router.pendingFocusGapID(), std::nullopt);
-  EXPECT_EQ(changes, 4);
-  router.consumePendingFocus();
-  EXPECT_EQ(changes, 4) << "nothing to clear, nothing published";
 }
 
 TEST(CurrentAppRouteKey, PublishesOnlyChanges) {
   CurrentAppRouteKey key;
-  int changes = 0;
-  key.onChange = [&] { ++changes; };
-  key.publish(AppRoute(Case::project, "p-1"));
-  key.publish(AppRoute(Case::project, "p-1"));
-  EXPECT_EQ(changes, 1);
-  key.publish(AppRoute(Case::project, "p-2"));
+  std::vector<std::optional<AppRoute>> seen;
+  key.onChange = [&] { seen.push_back(key.value()); };
+  EXPECT_EQ(key.value(), std::nullopt) << "no window is focused at first";
+
   key.publish(std::nullopt);
-  EXPECT_EQ(changes, 3);
-  EXPECT_EQ(key.value(), std::nullopt);
+  key.publish(AppRoute::project("p-1"));
+  key.publish(AppRoute::project("p-1"));
+  key.publish(AppRoute::project("p-2"));
+  key.publish(AppRoute::pinnedProject("p-2"));
+  key.publish(std::nullopt);
+  key.publish(std::nullopt);
+  const std::vector<std::optional<AppRoute>> expected = {AppRoute::project("p-1"), AppRoute::project("p-2"),
+                                                         AppRoute::pinnedProject("p-2"), std::nullopt};
+  EXPECT_EQ(seen, expected);
 }
 
 } // namespace
