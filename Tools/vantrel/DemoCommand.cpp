@@ -4,11 +4,18 @@
 #include "Tools/vantrel/CalendarCommands.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
+#include <cstdio>
 #include <ctime>
 #include <filesystem>
 #include <fstream>
 #include <iostream>
+#include <optional>
+#include <span>
 #include <stdexcept>
+#include <string>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 namespace vantrel::cli {
 namespace {
@@ -26,10 +33,47 @@ int weekdayOf(const CalendarDate& day) {
   return ((day.daysSince(CalendarDate{2026, 1, 5}) % 7) + 7) % 7;
 }
 
+bool isWeekend(const CalendarDate& day) {
+  return weekdayOf(day) >= 5;
+}
+
+/// The day, or the Monday after it when it falls on a weekend: appointments keep to working days.
+CalendarDate workingDayFrom(CalendarDate day) {
+  while (isWeekend(day)) {
+    day = day.adding(1);
+  }
+  return day;
+}
+
+struct DemoGap {
+  const char* time;
+  const char* label;
+  bool reminder;
+};
+
+// The gaps open where the events below leave time: after the stand-up, after lunch (and the lunch with
+// a friend), after work, and on weekend mornings before the market.
+constexpr DemoGap workdayGaps[] = {
+    {"09:45", "Deep work", true}, {"13:30", "Admin", false}, {"17:30", "Errands", false}};
+constexpr DemoGap weekendGaps[] = {{"08:00", "Long run", true}, {"10:30", "House and garden", false}};
+
+std::span<const DemoGap> gapsOf(const CalendarDate& day) {
+  return isWeekend(day) ? std::span<const DemoGap>(weekendGaps) : std::span<const DemoGap>(workdayGaps);
+}
+
+// Record names are fixed where the store takes one, so the same clock and zone give the same week. They
+// cannot meet the store's own names, whose suffixes are hexadecimal.
+std::string gapName(const CalendarDate& day, std::string time) {
+  std::erase(time, ':');
+  return "g-demo-" + day.description() + "-" + time;
+}
+
 std::string icalendarTime(Date instant) {
-  const auto unixTime = static_cast<std::time_t>(instant.secondsSinceReferenceDate + 978307200.0);
+  const auto unixTime = static_cast<std::time_t>(instant.unixSeconds());
+  std::tm utc{};
+  gmtime_r(&unixTime, &utc);
   char text[24];
-  std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", std::gmtime(&unixTime));
+  std::strftime(text, sizeof text, "%Y%m%dT%H%M%SZ", &utc);
   return text;
 }
 
@@ -37,6 +81,16 @@ std::string icalendarDay(const CalendarDate& day) {
   char text[16];
   std::snprintf(text, sizeof text, "%04d%02d%02d", int(day.year), int(day.month), int(day.day));
   return text;
+}
+
+/// A calendar that silently lacks its events would mislead more than a demo that stops.
+void writeFile(const std::filesystem::path& file, const std::string& text) {
+  std::ofstream stream(file, std::ios::binary);
+  stream << text;
+  stream.close();
+  if (!stream) {
+    throw std::runtime_error("cannot write " + file.string());
+  }
 }
 
 /// A vdir folder as calendar sync tools keep one: a folder per calendar with its name and colour, and a
@@ -47,8 +101,8 @@ public:
     for (const auto& [id, name, color] :
          {std::tuple{"work", "Work", "#2E6FD8"}, {"personal", "Personal", "#D9822B"}}) {
       std::filesystem::create_directories(folder_ / id);
-      std::ofstream(folder_ / id / "displayname") << name << "\n";
-      std::ofstream(folder_ / id / "color") << color << "\n";
+      writeFile(folder_ / id / "displayname", std::string(name) + "\n");
+      writeFile(folder_ / id / "color", std::string(color) + "\n");
     }
   }
 
@@ -73,115 +127,15 @@ public:
 private:
   void write(const std::string& calendar, const std::string& title, const std::string& times) {
     const auto uid = "demo-" + std::to_string(++count_);
-    std::ofstream(folder_ / calendar / (uid + ".ics"))
-        << "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Vantrel//Demo//EN\r\nBEGIN:VEVENT\r\nUID:" << uid
-        << "\r\nDTSTAMP:20260101T000000Z\r\nSUMMARY:" << title << "\r\n"
-        << times << "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n";
+    writeFile(folder_ / calendar / (uid + ".ics"),
+              "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Vantrel//Demo//EN\r\nBEGIN:VEVENT\r\nUID:" + uid +
+                  "\r\nDTSTAMP:20260101T000000Z\r\nSUMMARY:" + title + "\r\n" + times +
+                  "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
   }
 
   std::filesystem::path folder_;
   int count_ = 0;
 };
-
-void fill(CloudKitStore& store, const CalendarDate& today, DemoCounts& counts) {
-  const auto area = [&](std::string_view name, const char* color, const char* icon) {
-    ++counts.areas;
-    return store.addArea(name, color, icon);
-  };
-  const auto project = [&](std::string_view name, const std::string& in,
-                           std::optional<std::string> purpose = {}) {
-    ++counts.projects;
-    return store.addProject(name, in, std::move(purpose));
-  };
-  const auto task = [&](const std::string& home, std::string_view title, bool inProject = true) {
-    ++counts.tasks;
-    return inProject ? store.addTaskToProject(home, title) : store.addTaskToArea(home, title);
-  };
-
-  const auto work = area("Work", "blue", "briefcase");
-  const auto home = area("Home", "green", "house");
-  const auto health = area("Health", "orange", "heart");
-
-  const auto launch = project("Website relaunch", work, "Ship the new site before the spring campaign.");
-  store.setProjectPinned(launch, true);
-  store.setProjectDueDate(launch, today.adding(12).localNoon());
-  store.addHeaderToProject(launch, "Design");
-  const auto wireframes = task(launch, "Review the wireframes with Alex");
-  const auto palette = task(launch, "Settle the colour palette");
-  store.setTaskDone(palette, true);
-  store.addHeaderToProject(launch, "Build");
-  const auto pages = task(launch, "Build the landing page");
-  for (const auto* step : {"Hero section", "Pricing table", "Sign-up form"}) {
-    store.addSubtask(pages, step);
-  }
-  const auto redirects = task(launch, "Set up redirects from the old URLs");
-  store.setTaskDueDate(redirects, today.adding(9).localNoon());
-
-  const auto report = project("Quarterly report", work);
-  const auto numbers = task(report, "Pull the numbers from the dashboard");
-  const auto draft = task(report, "Draft the summary");
-  store.setTaskDueDate(draft, today.adding(4).localNoon());
-  const auto hiring = project("Hire a designer", work);
-  const auto shortlist = task(hiring, "Shortlist five portfolios");
-  task(hiring, "Write the interview questions");
-
-  const auto garden = project("Spring garden", home);
-  const auto seeds = task(garden, "Buy tomato and basil seeds");
-  const auto beds = task(garden, "Dig over the raised beds");
-  store.addSubtask(beds, "Find the spade");
-  const auto trip = project("Plan the summer trip", home, "Two weeks by the sea in August.");
-  task(trip, "Compare train and ferry prices");
-  task(trip, "Ask Sam about the dates");
-  const auto bill = task(home, "Pay the electricity bill", false);
-  store.setTaskDueDate(bill, today.adding(2).localNoon());
-  const auto plants = task(home, "Water the plants", false);
-
-  const auto run = project("Run 10k in June", health, "Run 10k without stopping by the first of June.");
-  const auto interval = task(run, "Interval session: 6 × 400 m");
-  task(run, "Buy new running shoes");
-  const auto dentist = task(health, "Book the dentist check-up", false);
-  store.setTaskDone(dentist, true);
-  task(health, "Stretch for ten minutes", false);
-
-  for (const auto* item : {"Idea: a newsletter for the relaunch", "Call the plumber about the tap",
-                           "Book tickets for Friday's concert"}) {
-    store.addInboxItem(item, std::nullopt, today.localTime(8).value_or(today.localNoon()));
-  }
-
-  // A week of gaps in the open time around the calendar's events below.
-  for (int offset = 0; offset < 7; ++offset) {
-    const auto day = today.adding(offset);
-    const bool weekend = weekdayOf(day) >= 5;
-    const std::vector<std::tuple<const char*, const char*, bool>> gaps =
-        weekend ? std::vector<std::tuple<const char*, const char*, bool>>{{"08:00", "Long run", true},
-                                                                          {"10:30", "Garden", false}}
-                : std::vector<std::tuple<const char*, const char*, bool>>{
-                      {"09:45", "Deep work", true}, {"13:30", "Admin", false}, {"17:30", "Errands", false}};
-    for (const auto& [time, label, reminder] : gaps) {
-      store.addGap(day, time, std::string(label), reminder);
-      ++counts.gaps;
-    }
-  }
-  const bool weekendToday = weekdayOf(today) >= 5;
-  const auto plan = [&](const CalendarDate& day, std::initializer_list<std::string> tasks, const char* gap) {
-    for (const auto& name : tasks) {
-      store.setTaskSchedule(name, day, gap ? std::optional<std::string>(gap) : std::nullopt);
-    }
-  };
-  if (weekendToday) {
-    plan(today, {interval}, "08:00");
-    plan(today, {seeds, beds}, "10:30");
-  } else {
-    plan(today, {wireframes, pages}, "09:45");
-    plan(today, {numbers, shortlist}, "13:30");
-    plan(today, {seeds}, "17:30");
-  }
-  plan(today, {plants}, nullptr);
-  const auto tomorrow = today.adding(1);
-  const bool weekendTomorrow = weekdayOf(tomorrow) >= 5;
-  plan(tomorrow, {redirects, draft}, weekendTomorrow ? "10:30" : "09:45");
-  plan(tomorrow, {bill}, weekendTomorrow ? "10:30" : "17:30");
-}
 
 void addEvents(DemoCalendars& calendars, const CalendarDate& today) {
   for (int offset = 0; offset < 7; ++offset) {
@@ -200,9 +154,134 @@ void addEvents(DemoCalendars& calendars, const CalendarDate& today) {
       calendars.add("personal", "Farmers' market", day, 12, 0, 60);
     }
   }
-  calendars.add("personal", "Lunch with Sam", today.adding(2), 12, 30, 60);
-  calendars.add("personal", "Dentist", today.adding(3), 16, 0, 45);
+  calendars.add("personal", "Lunch with Sam", workingDayFrom(today.adding(2)), 12, 30, 60);
+  calendars.add("personal", "Dentist", workingDayFrom(today.adding(3)), 16, 0, 45);
   calendars.addAllDay("personal", "Mum's birthday", today.adding(5));
+}
+
+void fill(CloudKitStore& store, const CalendarDate& today, DemoCounts& counts) {
+  const auto area = [&](std::string_view name, const char* color, const char* icon) {
+    ++counts.areas;
+    return store.addArea(name, color, icon);
+  };
+  const auto project = [&](std::string_view name, const std::string& in,
+                           std::optional<std::string> purpose = {}) {
+    ++counts.projects;
+    return store.addProject(name, in, std::move(purpose));
+  };
+  const auto task = [&](const std::string& in, const std::string& key, std::string_view title) {
+    ++counts.tasks;
+    return store.addTaskToProject(in, title, {.recordName = "t-demo-" + key});
+  };
+  const auto areaTask = [&](const std::string& in, const std::string& key, std::string_view title) {
+    ++counts.tasks;
+    return store.addTaskToArea(in, title, {.recordName = "t-demo-" + key});
+  };
+  const auto subtask = [&](const std::string& parent, const std::string& key, std::string_view title) {
+    store.addSubtask(parent, title, parent + "-" + key);
+  };
+  const auto done = [&](const std::string& name) { store.setTaskDone(name, true); };
+  const auto due = [&](const std::string& name, int inDays) {
+    store.setTaskDueDate(name, today.adding(inDays).localNoon());
+  };
+
+  const auto work = area("Work", "blue", "briefcase");
+  const auto home = area("Home", "green", "house");
+  const auto health = area("Health", "orange", "heart");
+
+  // Tasks are added in list order, so each lands under the header added just before it.
+  const auto launch = project("Website relaunch", work, "Ship the new site before the spring campaign.");
+  store.setProjectPinned(launch, true);
+  store.setProjectDueDate(launch, today.adding(12).localNoon());
+  store.addHeaderToProject(launch, "Design");
+  const auto wireframes = task(launch, "wireframes", "Review the wireframes with Alex");
+  done(task(launch, "palette", "Settle the colour palette"));
+  task(launch, "photos", "Pick photos for the hero section");
+  store.addHeaderToProject(launch, "Build");
+  const auto landingPage = task(launch, "landing-page", "Build the landing page");
+  subtask(landingPage, "hero", "Hero section");
+  subtask(landingPage, "pricing", "Pricing table");
+  subtask(landingPage, "sign-up", "Sign-up form");
+  const auto redirects = task(launch, "redirects", "Set up redirects from the old URLs");
+  due(redirects, 9);
+  task(launch, "announcement", "Write the launch announcement");
+
+  const auto report = project("Quarterly report", work);
+  const auto numbers = task(report, "numbers", "Pull the numbers from the dashboard");
+  const auto draft = task(report, "draft", "Draft the summary");
+  due(draft, 4);
+  const auto sendDraft = task(report, "send-draft", "Send the draft to Alex for comments");
+  const auto hiring = project("Hire a designer", work);
+  done(task(hiring, "job-ad", "Post the job ad"));
+  const auto shortlist = task(hiring, "shortlist", "Shortlist five portfolios");
+  task(hiring, "questions", "Write the interview questions");
+  const auto quote = areaTask(work, "agency-quote", "Reply to the agency's quote");
+  due(quote, 0);
+  due(areaTask(work, "conference", "Renew the conference ticket"), 6);
+
+  const auto garden = project("Spring garden", home);
+  done(task(garden, "compost", "Order compost"));
+  const auto seeds = task(garden, "seeds", "Buy tomato and basil seeds");
+  const auto beds = task(garden, "raised-beds", "Dig over the raised beds");
+  subtask(beds, "spade", "Find the spade");
+  const auto trip = project("Plan the summer trip", home, "Two weeks by the sea in August.");
+  task(trip, "ferry", "Compare train and ferry prices");
+  task(trip, "dates", "Ask Sam about the dates");
+  const auto passport = task(trip, "passport", "Renew my passport");
+  due(passport, 21);
+  subtask(passport, "photo", "Get a new passport photo");
+  subtask(passport, "form", "Fill in the form");
+  const auto bill = areaTask(home, "bill", "Pay the electricity bill");
+  due(bill, 2);
+  const auto plants = areaTask(home, "plants", "Water the plants");
+  const auto door = areaTask(home, "door", "Fix the squeaky bedroom door");
+  done(areaTask(home, "library", "Return the library books"));
+
+  const auto run = project("Run 10k in June", health, "Run 10k without stopping by the first of June.");
+  const auto intervals = task(run, "intervals", "Interval session: 6 × 400 m");
+  const auto longRun = task(run, "long-run", "Long run: 8 km");
+  const auto shoes = task(run, "shoes", "Buy new running shoes");
+  task(run, "race", "Sign up for the June race");
+  done(areaTask(health, "dentist", "Book the dentist check-up"));
+  areaTask(health, "stretch", "Stretch for ten minutes");
+  areaTask(health, "prescription", "Refill the prescription");
+
+  int captured = 0;
+  for (const auto& [key, title] : {std::pair{"newsletter", "Idea: a newsletter for the relaunch"},
+                                   {"plumber", "Call the plumber about the tap"},
+                                   {"concert", "Book tickets for Friday's concert"}}) {
+    const auto at = today.localTime(8, 10 * captured++).value_or(today.localNoon());
+    store.addInboxItem(title, std::nullopt, at, "i-demo-" + std::string(key));
+  }
+
+  for (int offset = 0; offset < 7; ++offset) {
+    const auto day = today.adding(offset);
+    for (const auto& gap : gapsOf(day)) {
+      store.addGap(day, gap.time, std::string(gap.label), gap.reminder, gapName(day, gap.time));
+      ++counts.gaps;
+    }
+  }
+
+  // Today and tomorrow are planned into their gaps, each as the kind of day it is; no task twice.
+  using Plan = std::vector<std::pair<std::string, std::vector<std::string>>>;
+  const Plan workdayToday{
+      {"09:45", {wireframes, landingPage}}, {"13:30", {quote, numbers}}, {"17:30", {seeds}}};
+  const Plan workdayTomorrow{
+      {"09:45", {redirects, draft}}, {"13:30", {shortlist, sendDraft}}, {"17:30", {bill}}};
+  const Plan weekendToday{{"08:00", {longRun}}, {"10:30", {seeds, beds}}};
+  const Plan weekendTomorrow{{"08:00", {intervals}}, {"10:30", {door, bill}}};
+  const auto tomorrow = today.adding(1);
+  for (const auto& [day, plan] : {std::pair{today, isWeekend(today) ? &weekendToday : &workdayToday},
+                                  {tomorrow, isWeekend(tomorrow) ? &weekendTomorrow : &workdayTomorrow}}) {
+    for (const auto& [gap, tasks] : *plan) {
+      for (const auto& name : tasks) {
+        store.setTaskSchedule(name, day, gap);
+      }
+    }
+  }
+  // Planned for a day but not for a time: the day view lists them apart from the gaps.
+  store.setTaskSchedule(plants, today, std::nullopt);
+  store.setTaskSchedule(shoes, today.adding(3), std::nullopt);
 }
 
 } // namespace
