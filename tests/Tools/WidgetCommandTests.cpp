@@ -153,12 +153,6 @@ TEST_F(WidgetCommandTest, OpenRoutesTheLinkOfAWidgetTap) {
   const auto entry = parseJSON(widget("--at 2026-03-07T09:15 --snapshot"));
   EXPECT_EQ(planner("open " + std::string(readJSONString(entry["model"]["deepLinkURL"]))),
             "Today, focused on gap g-morning\n");
-  EXPECT_EQ(planner("--json open vantrel://today"),
-            R"({"route":{"today":{}},"todayRequestToken":1,"pendingFocusGapID":null})"
-            "\n");
-  const auto refused = runVantrel("open vantrel://week");
-  EXPECT_EQ(refused.exitCode, 1);
-  EXPECT_EQ(refused.output, "vantrel: not a Vantrel link: vantrel://week\n");
 }
 
 TEST_F(WidgetCommandTest, RefusesWhatItCannotDo) {
