@@ -1,5 +1,6 @@
 #include "Tools/vantrel/CommandEnvironment.hpp"
 
+#include "Linux/PosixFileSystem.hpp"
 #include "Tools/vantrel/InstantArgument.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
@@ -24,9 +25,10 @@ void GlobalOptions::addTo(CLI::App& app) {
 }
 
 CommandEnvironment::CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths,
-                                       std::filesystem::path cloudDatabaseFile, bool json)
+                                       std::filesystem::path cloudDatabaseFile, bool json,
+                                       FileSystem& fileSystem)
     : clock_(std::move(clock)), paths_(std::move(paths)), cloudDatabaseFile_(std::move(cloudDatabaseFile)),
-      json_(json) {}
+      json_(json), fileSystem_(fileSystem) {}
 
 CommandEnvironment CommandEnvironment::make(const GlobalOptions& options) {
   if (options.timeZone) {
@@ -42,7 +44,8 @@ CommandEnvironment CommandEnvironment::make(const GlobalOptions& options) {
   auto paths = VantrelPaths::resolve(options.profile ? std::optional<std::filesystem::path>(*options.profile)
                                                      : std::nullopt);
   auto cloudFile = options.cloud ? std::filesystem::absolute(*options.cloud) : paths.cloudDatabaseFile;
-  return CommandEnvironment(std::move(clock), std::move(paths), std::move(cloudFile), options.json);
+  return CommandEnvironment(std::move(clock), std::move(paths), std::move(cloudFile), options.json,
+                            options.fileSystem ? *options.fileSystem : PosixFileSystem::shared());
 }
 
 } // namespace vantrel::cli

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Platform/Clock.hpp"
+#include "VantrelCore/Platform/FileSystem.hpp"
 #include "VantrelCore/Platform/VantrelPaths.hpp"
 
 #include <CLI/CLI.hpp>
@@ -17,6 +18,8 @@ struct GlobalOptions {
   std::optional<std::string> timeZone;
   std::optional<std::string> cloud;
   bool json = false;
+  /// Where every file of the run is read and written; not an option (the program gives the real one).
+  FileSystem* fileSystem = nullptr;
 
   void addTo(CLI::App& app);
 };
@@ -34,15 +37,17 @@ public:
   /// The cloud database file: `--cloud PATH`, else the profile's.
   const std::filesystem::path& cloudDatabaseFile() const { return cloudDatabaseFile_; }
   bool json() const { return json_; }
+  FileSystem& fileSystem() const { return fileSystem_; }
 
 private:
   CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPaths paths,
-                     std::filesystem::path cloudDatabaseFile, bool json);
+                     std::filesystem::path cloudDatabaseFile, bool json, FileSystem& fileSystem);
 
   std::unique_ptr<Clock> clock_;
   VantrelPaths paths_;
   std::filesystem::path cloudDatabaseFile_;
   bool json_;
+  FileSystem& fileSystem_;
 };
 
 } // namespace vantrel::cli

@@ -22,7 +22,7 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
   std::filesystem::create_directories(cloudFile.parent_path());
   store_ = std::make_unique<CloudKitStore>(
       CloudKitPersistence(CloudKitPersistence::Location::applicationSupport(environment.paths()),
-                          PosixFileSystem::shared()),
+                          environment.fileSystem()),
       CloudKitStore::Environment{.clock = environment.clock(),
                                  .owner = owner_,
                                  .snapshotQueue = snapshotQueue_,
@@ -33,7 +33,7 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
                                  .automaticallySync = false,
                                  .widgets = &widgets_});
   const Logger logger("com.vantrel.vantrel", "CommandLine");
-  if (const auto saved = PosixFileSystem::shared().readFile(statusFile_)) {
+  if (const auto saved = environment.fileSystem().readFile(statusFile_)) {
     try {
       store_->restoreSyncStatus(SyncStatus::decodeJSON(*saved));
     } catch (const DecodingError& error) {
@@ -44,7 +44,7 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
   store_->start();
   store_->runFirstLaunchFlow();
   owner_.drain();
-  if (const auto saved = PosixFileSystem::shared().readFile(undoFile_)) {
+  if (const auto saved = environment.fileSystem().readFile(undoFile_)) {
     try {
       store_->setLastUndoable(UndoableAction::decodeJSON(*saved));
     } catch (const DecodingError& error) {
@@ -62,11 +62,11 @@ std::optional<std::string> StoreSession::finish(bool offline) {
   store_->flushSnapshotSynchronously();
   snapshotQueue_.drain();
   if (const auto& action = store_->lastUndoable()) {
-    AtomicFileWriter(PosixFileSystem::shared()).writeString(action->encodeJSON(), undoFile_);
+    AtomicFileWriter(environment_.fileSystem()).writeString(action->encodeJSON(), undoFile_);
   } else {
-    PosixFileSystem::shared().removeFile(undoFile_);
+    environment_.fileSystem().removeFile(undoFile_);
   }
-  AtomicFileWriter(PosixFileSystem::shared()).writeString(store_->syncStatus().encodeJSON(), statusFile_);
+  AtomicFileWriter(environment_.fileSystem()).writeString(store_->syncStatus().encodeJSON(), statusFile_);
   // Gaps, their bells or the day may have changed: the week's reminders follow.
   if (gapRemindersEnabled(environment_)) {
     try {

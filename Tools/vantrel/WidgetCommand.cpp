@@ -25,7 +25,7 @@ namespace {
 struct WidgetFiles {
   explicit WidgetFiles(const CommandEnvironment& environment)
       : preferences(JSONFilePreferences::shared(environment.paths())),
-        widget{environment.paths().sharedDirectory(), PosixFileSystem::shared(), *preferences} {}
+        widget{environment.paths().sharedDirectory(), environment.fileSystem(), *preferences} {}
 
   std::unique_ptr<JSONFilePreferences> preferences;
   GapWidgetEnvironment widget;

@@ -2,6 +2,7 @@
 
 #include "VantrelCore/Platform/AtomicWriteError.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
+#include "VantrelCore/Platform/UTF8.hpp"
 
 #include <atomic>
 #include <cstdint>
@@ -29,58 +30,6 @@ std::filesystem::path nextTempPath(const std::filesystem::path& target) {
                            std::to_string(::getpid()) + "-" + std::to_string(++counter) +
                            std::string(AtomicFileWriter::atomicTempSuffix);
   return target.parent_path() / name;
-}
-
-bool isContinuation(unsigned char byte) {
-  return (byte & 0xC0) == 0x80;
-}
-
-/// Strict UTF-8: no overlong forms, no surrogates, nothing above U+10FFFF, no cut-off sequences.
-bool isValidUTF8(std::string_view text) {
-  std::size_t index = 0;
-  while (index < text.size()) {
-    const auto lead = static_cast<unsigned char>(text[index]);
-    if (lead < 0x80) {
-      ++index;
-      continue;
-    }
-    std::size_t length = 0;
-    unsigned char secondMinimum = 0x80;
-    unsigned char secondMaximum = 0xBF;
-    if (lead >= 0xC2 && lead <= 0xDF) {
-      length = 2;
-    } else if (lead >= 0xE0 && lead <= 0xEF) {
-      length = 3;
-      if (lead == 0xE0) {
-        secondMinimum = 0xA0; // shorter forms are overlong
-      } else if (lead == 0xED) {
-        secondMaximum = 0x9F; // D800-DFFF are surrogates
-      }
-    } else if (lead >= 0xF0 && lead <= 0xF4) {
-      length = 4;
-      if (lead == 0xF0) {
-        secondMinimum = 0x90;
-      } else if (lead == 0xF4) {
-        secondMaximum = 0x8F; // beyond U+10FFFF otherwise
-      }
-    } else {
-      return false;
-    }
-    if (text.size() - index < length) {
-      return false;
-    }
-    const auto second = static_cast<unsigned char>(text[index + 1]);
-    if (second < secondMinimum || second > secondMaximum) {
-      return false;
-    }
-    for (std::size_t offset = 2; offset < length; ++offset) {
-      if (!isContinuation(static_cast<unsigned char>(text[index + offset]))) {
-        return false;
-      }
-    }
-    index += length;
-  }
-  return true;
 }
 
 /// Creates a temp file beside `target` under a fresh name; answers its descriptor and path.

@@ -1,0 +1,48 @@
+#include "Tools/vantrel/CommandLine.hpp"
+
+#include "Tools/vantrel/AboutCommand.hpp"
+#include "Tools/vantrel/CommandEnvironment.hpp"
+#include "Tools/vantrel/OpenCommand.hpp"
+#include "Tools/vantrel/PlannerCommands.hpp"
+#include "Tools/vantrel/SyncCommand.hpp"
+#include "Tools/vantrel/WidgetCommand.hpp"
+
+#include <CLI/CLI.hpp>
+#include <iostream>
+#include <vector>
+
+namespace vantrel::cli {
+
+int runCommandLine(std::span<const std::string> arguments, FileSystem& fileSystem) {
+  CLI::App app("Vantrel: plan your day into the gaps between your calendar events.", "vantrel");
+  app.set_version_flag("--version", std::string("vantrel ") + VANTREL_VERSION);
+  app.require_subcommand(1);
+  GlobalOptions options;
+  options.fileSystem = &fileSystem;
+  options.addTo(app);
+
+  auto* about =
+      app.add_subcommand("about", "Show the version, the time the run sees and where the files live");
+  about->callback([&] { runAboutCommand(CommandEnvironment::make(options), std::cout); });
+
+  auto* sync = app.add_subcommand(
+      "sync", "Send what waits, fetch what other devices changed, and show what the profile holds");
+  sync->callback([&] { runSyncCommand(CommandEnvironment::make(options), std::cout); });
+  addPlannerCommands(app, options);
+  addWidgetCommands(app, options);
+  addOpenCommand(app, options);
+
+  // CLI11 parses from the back of the list.
+  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
+  try {
+    app.parse(reversed);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error);
+  } catch (const std::exception& error) {
+    std::cerr << "vantrel: " << error.what() << "\n";
+    return 1;
+  }
+  return 0;
+}
+
+} // namespace vantrel::cli
