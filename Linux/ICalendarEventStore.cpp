@@ -1,18 +1,19 @@
 #include "Linux/ICalendarEventStore.hpp"
 
-#include "VantrelCore/Model/CalendarDate.hpp"
+#include "Linux/ICalendarClock.hpp"
+#include "Linux/ICalendarRecurrence.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/UTF8.hpp"
 
 #include <algorithm>
 #include <array>
 #include <cctype>
 #include <cerrno>
 #include <chrono>
-#include <cmath>
 #include <cstdint>
+#include <cstring>
 #include <fstream>
-#include <iterator>
 #include <libical/ical.h>
 #include <map>
 #include <poll.h>
@@ -29,20 +30,15 @@ namespace vantrel {
 namespace {
 
 namespace fs = std::filesystem;
+using Limits = ICalendarEventStore::Limits;
 
-constexpr double secondsPerDay = 86400;
-/// More than any zone's distance from UTC, so that bounds taken on UTC's clock hold on every clock.
-constexpr double zoneMargin = 2 * secondsPerDay;
+/// `displayname` and `color` hold a line each; more is not read.
+constexpr std::size_t largestMetadataFile = 4096;
 
 struct ComponentFree {
   void operator()(icalcomponent* component) const { icalcomponent_free(component); }
 };
 using ComponentPointer = std::unique_ptr<icalcomponent, ComponentFree>;
-
-struct IteratorFree {
-  void operator()(icalrecur_iterator* iterator) const { icalrecur_iterator_free(iterator); }
-};
-using IteratorPointer = std::unique_ptr<icalrecur_iterator, IteratorFree>;
 
 class FileDescriptor {
 public:
@@ -81,15 +77,26 @@ std::optional<FileStamp> stampOf(const fs::path& file) {
                    .inode = info.st_ino};
 }
 
-std::optional<std::string> contentsOf(const fs::path& file) {
+/// The first `limit` bytes of the file and one more, so that a caller can tell a file that grew past the
+/// limit since it was measured.
+std::optional<std::string> contentsOf(const fs::path& file, std::uintmax_t limit) {
   std::ifstream stream(file, std::ios::binary);
   if (!stream) {
     return std::nullopt;
   }
-  std::string text{std::istreambuf_iterator<char>(stream), std::istreambuf_iterator<char>()};
+  std::string text(std::size_t(std::min<std::uintmax_t>(limit + 1, 64 * 1024)), '\0');
+  std::size_t length = 0;
+  while (stream && length <= limit) {
+    if (length == text.size()) {
+      text.resize(std::size_t(std::min<std::uintmax_t>(limit + 1, std::uintmax_t(text.size()) * 2)));
+    }
+    stream.read(text.data() + length, std::streamsize(text.size() - length));
+    length += std::size_t(stream.gcount());
+  }
   if (stream.bad()) {
     return std::nullopt;
   }
+  text.resize(length);
   return text;
 }
 
@@ -133,164 +140,80 @@ std::optional<std::string> textOf(const char* value) {
   return std::string(value);
 }
 
-bool isUsable(const icaltimetype& time) {
-  return !icaltime_is_null_time(time) && icaltime_is_valid_time(time);
+/// The offset of the first byte that is not text: ill-formed UTF-8, or a NUL, which would end libical's
+/// reading of the file without a word.
+std::optional<std::size_t> firstNonTextByte(std::string_view text) {
+  const auto invalid = firstInvalidUTF8Byte(text);
+  const auto nul = text.find('\0');
+  if (nul != std::string_view::npos && (!invalid || nul < *invalid)) {
+    return nul;
+  }
+  return invalid;
 }
 
-/// The value with the zone its TZID names: the file's VTIMEZONE first, then libical's zone of that name.
-/// A zone that neither knows leaves the time floating, on the device's clock, which is the best guess.
-icaltimetype zoned(icaltimetype value, icalproperty* property, icalcomponent* root) {
-  if (value.is_date) {
-    value.zone = nullptr;
-    return value;
-  }
-  if (icaltime_is_utc(value)) {
-    return value;
-  }
-  value.zone = nullptr;
-  icalparameter* parameter = icalproperty_get_first_parameter(property, ICAL_TZID_PARAMETER);
-  const char* tzid = parameter != nullptr ? icalparameter_get_tzid(parameter) : nullptr;
-  if (tzid == nullptr) {
-    return value;
-  }
-  icaltimezone* zone = icalcomponent_get_timezone(root, tzid);
-  if (zone == nullptr) {
-    zone = icaltimezone_get_builtin_timezone(tzid);
-  }
-  if (zone == nullptr) {
-    zone = icaltimezone_get_builtin_timezone_from_tzid(tzid);
-  }
-  value.zone = zone;
-  return value;
-}
+/// Hands libical the text a line at a time, in the pieces its parser asks for. libical's own string
+/// reader looks for the end of the line in all the rest of the text for every 80-byte piece, which is
+/// quadratic in the length of a line: a 20 MB SUMMARY on one line took 35 s. Looking no further than
+/// the piece keeps reading linear.
+class LineSource {
+public:
+  explicit LineSource(std::string_view text) : rest_(text) {}
 
-/// Floating times and dates go through the device zone with ICU: libical's idea of local time is the
-/// process's TZ, which is not the zone the planner shows.
-std::optional<Date> instantOf(const icaltimetype& time) {
-  const CalendarDate day{time.year, time.month, time.day};
-  if (time.is_date) {
-    return day.localTime(0);
+  static char* next(char* buffer, std::size_t size, void* source) {
+    auto& self = *static_cast<LineSource*>(source);
+    if (self.rest_.empty() || size < 2) {
+      return nullptr;
+    }
+    const std::string_view piece = self.rest_.substr(0, size - 1);
+    const auto newline = piece.find('\n');
+    const std::size_t length = newline == std::string_view::npos ? piece.size() : newline + 1;
+    std::memcpy(buffer, piece.data(), length);
+    buffer[length] = '\0';
+    self.rest_.remove_prefix(length);
+    return buffer;
   }
-  if (time.zone == nullptr) {
-    const auto minute = day.localTime(time.hour, time.minute);
-    return minute ? std::optional(minute->adding(time.second)) : std::nullopt;
-  }
-  const icaltimetype utc = icaltime_convert_to_zone(time, icaltimezone_get_utc_timezone());
-  return Date::fromUnixSeconds(double(icaltime_as_timet(utc)));
-}
 
-std::int64_t secondsKey(Date instant) {
-  return std::llround(instant.unixSeconds());
-}
-
-using WallTime = std::array<int, 6>;
-
-WallTime wallTimeOf(const icaltimetype& time) {
-  if (time.is_date) {
-    return {time.year, time.month, time.day, 0, 0, 0};
-  }
-  return {time.year, time.month, time.day, time.hour, time.minute, time.second};
-}
-
-/// `instant` on UTC's clock, shaped like `like` (same zone and kind) so libical can compare it.
-icaltimetype wallTimeNear(Date instant, const icaltimetype& like) {
-  icaltimetype time = icaltime_from_timet_with_zone(time_t(std::floor(instant.unixSeconds())), 0,
-                                                    icaltimezone_get_utc_timezone());
-  time.zone = like.zone;
-  if (like.is_date) {
-    time.is_date = 1;
-    time.hour = time.minute = time.second = 0;
-  }
-  return time;
-}
-
-/// How an occurrence's end follows from its start: whole days on the clock, then exact seconds, the way
-/// iCalendar reads a DURATION (P1D keeps the time of day across a clock change, PT24H does not).
-struct Length {
-  int days{};
-  double seconds{};
+private:
+  std::string_view rest_;
 };
 
-std::optional<Date> endOf(icaltimetype start, Date startInstant, const Length& length) {
-  Date base = startInstant;
-  if (length.days != 0) {
-    icaltime_adjust(&start, length.days, 0, 0, 0);
-    const auto moved = instantOf(start);
-    if (!moved) {
-      return std::nullopt;
-    }
-    base = *moved;
+/// The calendar in `text`, which holds no NUL; none when it holds no iCalendar data.
+ComponentPointer parseCalendar(std::string_view text) {
+  constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+  if (text.starts_with(byteOrderMark)) {
+    text.remove_prefix(byteOrderMark.size());
   }
-  return std::max(base.adding(length.seconds), startInstant);
+  LineSource source(text);
+  icalparser* parser = icalparser_new();
+  icalparser_set_gen_data(parser, &source);
+  // As icalparser_parse_string does: bad data becomes X-LIC-ERROR properties rather than an abort.
+  const icalerrorstate previous = icalerror_get_error_state(ICAL_MALFORMEDDATA_ERROR);
+  icalerror_set_error_state(ICAL_MALFORMEDDATA_ERROR, ICAL_ERROR_NONFATAL);
+  ComponentPointer root(icalparser_parse(parser, &LineSource::next));
+  icalerror_set_error_state(ICAL_MALFORMEDDATA_ERROR, previous);
+  icalparser_free(parser);
+  return root;
 }
 
-Length lengthOf(icalcomponent* event, const icaltimetype& start, Date startInstant, icalcomponent* root) {
-  if (icalproperty* property = icalcomponent_get_first_property(event, ICAL_DTEND_PROPERTY)) {
-    const icaltimetype end = zoned(icalproperty_get_dtend(property), property, root);
-    if (isUsable(end) && start.is_date && end.is_date) {
-      const auto days = (icaltime_as_timet(end) - icaltime_as_timet(start)) / time_t(secondsPerDay);
-      return Length{.days = int(std::max<time_t>(days, 1))};
-    }
-    if (isUsable(end) && !start.is_date) {
-      if (const auto endInstant = instantOf(end)) {
-        return Length{.seconds = std::max(endInstant->timeIntervalSince(startInstant), 0.0)};
-      }
-    }
-  }
-  if (icalproperty* property = icalcomponent_get_first_property(event, ICAL_DURATION_PROPERTY)) {
-    const icaldurationtype duration = icalproperty_get_duration(property);
-    if (!icaldurationtype_is_bad_duration(duration) && duration.is_neg == 0) {
-      const int days = int(duration.weeks * 7 + duration.days);
-      const double seconds = duration.hours * 3600.0 + duration.minutes * 60.0 + duration.seconds;
-      if (start.is_date) {
-        return Length{.days = std::max(1, days + int(std::ceil(seconds / secondsPerDay)))};
-      }
-      return Length{.days = days, .seconds = seconds};
-    }
-  }
-  return start.is_date ? Length{.days = 1} : Length{};
-}
+/// When a call must stop working on calendars. The time grows with the bytes the call reads, so that a
+/// big calendar gets its due while no file, however it is written, holds the planner up for longer.
+class Deadline {
+public:
+  Deadline(const Limits& limits, std::uintmax_t bytes)
+      : allowed_(limits.leastTime + std::chrono::duration_cast<std::chrono::milliseconds>(
+                                        limits.timePerMegabyte * (double(bytes) / (1024.0 * 1024.0)))),
+        end_(std::chrono::steady_clock::now() + allowed_) {}
 
-struct Occurrence {
-  Date start{};
-  Date end{};
-  bool isAllDay{};
-};
+  bool passed() const { return std::chrono::steady_clock::now() >= end_; }
+  std::int64_t allowedMilliseconds() const { return std::int64_t(allowed_.count()); }
 
-bool overlaps(const Occurrence& occurrence, Date from, Date to) {
-  if (occurrence.start == occurrence.end) {
-    return from <= occurrence.start && occurrence.start < to;
-  }
-  return occurrence.start < to && occurrence.end > from;
-}
-
-std::optional<Occurrence> occurrenceAt(const icaltimetype& start, const Length& length) {
-  const auto startInstant = instantOf(start);
-  if (!startInstant) {
-    return std::nullopt;
-  }
-  const auto end = endOf(start, *startInstant, length);
-  if (!end) {
-    return std::nullopt;
-  }
-  return Occurrence{.start = *startInstant, .end = *end, .isAllDay = start.is_date != 0};
-}
-
-/// A master event's recurrence set, kept as wall times and rules so a query expands only its interval.
-struct Recurrence {
-  icaltimetype start{};
-  Length length{};
-  std::vector<icalrecurrencetype> rules{};
-  /// RDATE occurrences, resolved when the file is read.
-  std::vector<Occurrence> extraOccurrences{};
-  /// Unix seconds of the starts that EXDATE removes or an overridden instance replaces.
-  std::set<std::int64_t> removedStarts{};
-  /// EXDATE days of a timed event, which remove whatever starts on them.
-  std::set<std::array<int, 3>> removedDays{};
+private:
+  std::chrono::milliseconds allowed_;
+  std::chrono::steady_clock::time_point end_;
 };
 
 struct Replacement {
-  Occurrence occurrence{};
+  ICalendarOccurrence occurrence{};
   std::optional<std::string> title{};
 };
 
@@ -298,219 +221,16 @@ struct Replacement {
 struct Series {
   std::optional<std::string> uid{};
   std::optional<std::string> title{};
-  std::optional<Recurrence> recurrence{};
+  std::optional<ICalendarRecurrence> recurrence{};
   std::vector<Replacement> replacements{};
+  /// Whether a query already logged that expanding it stopped at the limit; once per version of the file.
+  bool reportedStop{};
 };
-
-bool isDailyOrCoarser(icalrecurrencetype_frequency frequency) {
-  return frequency == ICAL_DAILY_RECURRENCE || frequency == ICAL_WEEKLY_RECURRENCE ||
-         frequency == ICAL_MONTHLY_RECURRENCE || frequency == ICAL_YEARLY_RECURRENCE;
-}
-
-std::optional<int> unitSeconds(icalrecurrencetype_frequency frequency) {
-  switch (frequency) {
-  case ICAL_SECONDLY_RECURRENCE:
-    return 1;
-  case ICAL_MINUTELY_RECURRENCE:
-    return 60;
-  case ICAL_HOURLY_RECURRENCE:
-    return 3600;
-  default:
-    return std::nullopt;
-  }
-}
-
-/// `rule` with its COUNT replaced by the last start it counts to, so that queries can begin expanding it
-/// anywhere instead of counting from DTSTART every time; none when it counts to nothing. A count too large
-/// to walk once stays as it is.
-std::optional<icalrecurrencetype> boundedByDate(icalrecurrencetype rule, const icaltimetype& start) {
-  constexpr int longestWalk = 100'000;
-  if (rule.count > longestWalk) {
-    return rule;
-  }
-  const IteratorPointer iterator(icalrecur_iterator_new(rule, start));
-  if (!iterator) {
-    return std::nullopt;
-  }
-  std::optional<icaltimetype> last;
-  for (icaltimetype next = icalrecur_iterator_next(iterator.get()); !icaltime_is_null_time(next);
-       next = icalrecur_iterator_next(iterator.get())) {
-    last = next;
-  }
-  if (!last) {
-    return std::nullopt;
-  }
-  rule.count = 0;
-  rule.until = *last;
-  rule.until.zone = start.zone;
-  rule.until.is_date = start.is_date;
-  return rule;
-}
-
-/// An iterator over `rule` that begins near `earliest` rather than at DTSTART, so that a query deep into
-/// a long series does not walk all of it. libical's set_start is right only for daily and coarser rules
-/// (and refuses COUNT, which boundedByDate removes where it can); a sub-daily rule instead starts from a
-/// later DTSTART on the same grid.
-IteratorPointer iteratorFrom(const icalrecurrencetype& rule, icaltimetype start,
-                             const icaltimetype& earliest) {
-  const bool startsEarlier = wallTimeOf(start) < wallTimeOf(earliest);
-  const auto unit = unitSeconds(rule.freq);
-  if (startsEarlier && rule.count == 0 && unit) {
-    const double step = double(*unit) * std::max<short>(rule.interval, 1);
-    const double gap = double(icaltime_as_timet(earliest) - icaltime_as_timet(start));
-    const auto skipped = std::int64_t(std::floor(gap / step) * step);
-    icaltime_adjust(&start, int(skipped / std::int64_t(secondsPerDay)), 0, 0,
-                    int(skipped % std::int64_t(secondsPerDay)));
-  }
-  IteratorPointer iterator(icalrecur_iterator_new(rule, start));
-  if (iterator && startsEarlier && rule.count == 0 && isDailyOrCoarser(rule.freq)) {
-    icalrecur_iterator_set_start(iterator.get(), earliest);
-  }
-  return iterator;
-}
-
-std::vector<Occurrence> expand(const Recurrence& recurrence, Date from, Date to) {
-  std::vector<Occurrence> found;
-  std::set<std::int64_t> seen;
-  const auto keep = [&](const Occurrence& occurrence) {
-    const auto key = secondsKey(occurrence.start);
-    if (!recurrence.removedStarts.contains(key) && seen.insert(key).second &&
-        overlaps(occurrence, from, to)) {
-      found.push_back(occurrence);
-    }
-  };
-  const auto consider = [&](icaltimetype start) {
-    start.zone = recurrence.start.zone;
-    start.is_date = recurrence.start.is_date;
-    if (recurrence.removedDays.contains({start.year, start.month, start.day})) {
-      return;
-    }
-    if (const auto occurrence = occurrenceAt(start, recurrence.length)) {
-      keep(*occurrence);
-    }
-  };
-
-  // Wall times are compared field by field, which is cheap; the margins make up for the zones.
-  const double reach = recurrence.length.days * secondsPerDay + recurrence.length.seconds + zoneMargin;
-  const icaltimetype earliest = wallTimeNear(from.adding(-reach), recurrence.start);
-  const WallTime earliestWall = wallTimeOf(earliest);
-  const WallTime latestWall = wallTimeOf(wallTimeNear(to.adding(zoneMargin), recurrence.start));
-  const auto inReach = [&](const icaltimetype& start) {
-    const WallTime wall = wallTimeOf(start);
-    return earliestWall <= wall && wall <= latestWall;
-  };
-
-  // DTSTART is always an occurrence, whether or not the rules produce it.
-  if (inReach(recurrence.start)) {
-    consider(recurrence.start);
-  }
-  for (const auto& rule : recurrence.rules) {
-    const auto iterator = iteratorFrom(rule, recurrence.start, earliest);
-    if (!iterator) {
-      continue;
-    }
-    for (icaltimetype next = icalrecur_iterator_next(iterator.get()); !icaltime_is_null_time(next);
-         next = icalrecur_iterator_next(iterator.get())) {
-      if (latestWall < wallTimeOf(next)) {
-        break;
-      }
-      if (inReach(next)) {
-        consider(next);
-      }
-    }
-  }
-  for (const auto& occurrence : recurrence.extraOccurrences) {
-    keep(occurrence);
-  }
-  return found;
-}
-
-std::optional<Occurrence> extraOccurrence(icalproperty* property, icalcomponent* root, const Length& length) {
-  const icaldatetimeperiodtype value = icalproperty_get_rdate(property);
-  if (isUsable(value.time)) {
-    return occurrenceAt(zoned(value.time, property, root), length);
-  }
-  if (!isUsable(value.period.start)) {
-    return std::nullopt;
-  }
-  const icaltimetype start = zoned(value.period.start, property, root);
-  const auto startInstant = instantOf(start);
-  if (!startInstant) {
-    return std::nullopt;
-  }
-  std::optional<Date> end;
-  if (isUsable(value.period.end)) {
-    end = instantOf(zoned(value.period.end, property, root));
-  } else if (!icaldurationtype_is_bad_duration(value.period.duration)) {
-    end = startInstant->adding(icaldurationtype_as_int(value.period.duration));
-  }
-  return Occurrence{.start = *startInstant, .end = std::max(end.value_or(*startInstant), *startInstant)};
-}
-
-std::optional<Recurrence> recurrenceOf(icalcomponent* event, icalcomponent* root) {
-  icalproperty* startProperty = icalcomponent_get_first_property(event, ICAL_DTSTART_PROPERTY);
-  if (startProperty == nullptr) {
-    return std::nullopt;
-  }
-  Recurrence recurrence{.start = zoned(icalproperty_get_dtstart(startProperty), startProperty, root)};
-  const auto startInstant = isUsable(recurrence.start) ? instantOf(recurrence.start) : std::nullopt;
-  if (!startInstant) {
-    return std::nullopt;
-  }
-  recurrence.length = lengthOf(event, recurrence.start, *startInstant, root);
-  for (icalproperty* property = icalcomponent_get_first_property(event, ICAL_RRULE_PROPERTY);
-       property != nullptr; property = icalcomponent_get_next_property(event, ICAL_RRULE_PROPERTY)) {
-    const icalrecurrencetype rule = icalproperty_get_rrule(property);
-    if (rule.freq == ICAL_NO_RECURRENCE) {
-      continue;
-    }
-    if (const auto bounded = rule.count > 0 ? boundedByDate(rule, recurrence.start) : rule) {
-      recurrence.rules.push_back(*bounded);
-    }
-  }
-  for (icalproperty* property = icalcomponent_get_first_property(event, ICAL_RDATE_PROPERTY);
-       property != nullptr; property = icalcomponent_get_next_property(event, ICAL_RDATE_PROPERTY)) {
-    if (const auto occurrence = extraOccurrence(property, root, recurrence.length)) {
-      recurrence.extraOccurrences.push_back(*occurrence);
-    }
-  }
-  for (icalproperty* property = icalcomponent_get_first_property(event, ICAL_EXDATE_PROPERTY);
-       property != nullptr; property = icalcomponent_get_next_property(event, ICAL_EXDATE_PROPERTY)) {
-    const icaltimetype removed = zoned(icalproperty_get_exdate(property), property, root);
-    if (!isUsable(removed)) {
-      continue;
-    }
-    if (removed.is_date && !recurrence.start.is_date) {
-      recurrence.removedDays.insert({removed.year, removed.month, removed.day});
-    } else if (const auto instant = instantOf(removed)) {
-      recurrence.removedStarts.insert(secondsKey(*instant));
-    }
-  }
-  return recurrence;
-}
-
-/// An overridden instance as it now stands: its own DTSTART, or the instance it replaces when it moves
-/// nothing.
-std::optional<Occurrence> replacementOccurrence(icalcomponent* event, icalcomponent* root,
-                                                const icaltimetype& recurrenceId) {
-  icaltimetype start = recurrenceId;
-  if (icalproperty* property = icalcomponent_get_first_property(event, ICAL_DTSTART_PROPERTY)) {
-    const icaltimetype own = zoned(icalproperty_get_dtstart(property), property, root);
-    if (isUsable(own)) {
-      start = own;
-    }
-  }
-  const auto startInstant = instantOf(start);
-  if (!startInstant) {
-    return std::nullopt;
-  }
-  return occurrenceAt(start, lengthOf(event, start, *startInstant, root));
-}
 
 /// One file, read: its series resolved against the device zone of the moment it was read.
 struct ParsedFile {
   FileStamp stamp{};
-  /// Owns the VTIMEZONEs that the series' times point into.
+  /// Owns the VTIMEZONEs and rules that the series point into.
   ComponentPointer root{};
   std::optional<std::string> calendarName{};
   std::vector<Series> series{};
@@ -529,7 +249,9 @@ std::optional<std::string> calendarNameOf(icalcomponent* root) {
   return std::nullopt;
 }
 
-void readSeries(ParsedFile& parsed) {
+/// Reads the events of `parsed`'s calendar into series; answers false when the deadline passed first,
+/// leaving the events after that point out.
+bool readSeries(ParsedFile& parsed, ICalendarClock& clock, const Limits& limits, const Deadline& deadline) {
   icalcomponent* root = parsed.root.get();
   std::vector<icalcomponent*> events;
   if (icalcomponent_isa(root) == ICAL_VEVENT_COMPONENT) {
@@ -552,7 +274,10 @@ void readSeries(ParsedFile& parsed) {
     if (isOverride(event)) {
       continue;
     }
-    auto recurrence = recurrenceOf(event, root);
+    if (deadline.passed()) {
+      return false;
+    }
+    auto recurrence = ICalendarRecurrence::read(event, root, clock, limits.mostStepsPerRule);
     if (!recurrence) {
       continue;
     }
@@ -571,8 +296,11 @@ void readSeries(ParsedFile& parsed) {
     if (property == nullptr) {
       continue;
     }
-    const icaltimetype recurrenceId = zoned(icalproperty_get_recurrenceid(property), property, root);
-    if (!isUsable(recurrenceId)) {
+    if (deadline.passed()) {
+      return false;
+    }
+    const icaltimetype recurrenceId = zonedTime(icalproperty_get_recurrenceid(property), property, root);
+    if (!isUsableTime(recurrenceId)) {
       continue;
     }
     const auto uid = textOf(icalcomponent_get_uid(event));
@@ -588,28 +316,42 @@ void readSeries(ParsedFile& parsed) {
       }
     }
     Series& series = parsed.series[index];
-    const auto replaced = instantOf(recurrenceId);
+    const auto replaced = clock.instantOf(recurrenceId);
     if (series.recurrence && replaced) {
-      series.recurrence->removedStarts.insert(secondsKey(*replaced));
+      series.recurrence->exclude(*replaced);
     }
     if (isCancelled(event)) {
       continue;
     }
-    if (const auto occurrence = replacementOccurrence(event, root, recurrenceId)) {
+    icaltimetype start = recurrenceId;
+    if (icalproperty* startProperty = icalcomponent_get_first_property(event, ICAL_DTSTART_PROPERTY)) {
+      // Its own DTSTART, or the instance it replaces when it moves nothing.
+      const icaltimetype own = zonedTime(icalproperty_get_dtstart(startProperty), startProperty, root);
+      if (isUsableTime(own)) {
+        start = own;
+      }
+    }
+    if (const auto occurrence = ICalendarRecurrence::occurrenceOf(event, start, root, clock)) {
       auto title = textOf(icalcomponent_get_summary(event));
       series.replacements.push_back(
           Replacement{.occurrence = *occurrence, .title = title ? title : series.title});
     }
   }
+  return true;
 }
 
 } // namespace
 
 /// What the store and the jobs its watcher posts share, on the owner's thread only.
 struct ICalendarEventStore::State {
+  explicit State(const Limits& chosen) : limits(chosen) {}
+
+  Limits limits;
   std::map<fs::path, ParsedFile> files{};
   /// The device zone the cached files were resolved in.
   std::string zoneID{};
+  /// How many files each over-full calendar folder had when that was last logged.
+  std::map<fs::path, std::size_t> reportedFolders{};
   std::map<int, std::function<void()>> handlers{};
   int nextHandler{};
   Logger logger{"com.vantrel.vantrel", "ICalendarEventStore"};
@@ -623,8 +365,32 @@ struct ICalendarEventStore::State {
     }
   }
 
+  /// The calendar files of `folder`, at most the limit of them.
+  std::vector<fs::path> calendarFiles(const fs::path& folder) {
+    std::vector<fs::path> found;
+    std::size_t count = 0;
+    std::error_code error;
+    for (fs::directory_iterator entry(folder, error), last; !error && entry != last; entry.increment(error)) {
+      const std::string name = entry->path().filename().string();
+      if (!isHidden(name) && hasCalendarExtension(name) && ++count <= limits.mostFilesPerCalendar) {
+        found.push_back(entry->path());
+      }
+    }
+    if (count > limits.mostFilesPerCalendar) {
+      if (reportedFolders[folder] != count) {
+        reportedFolders[folder] = count;
+        logger.error("Skipping %llu of the %llu calendar files in %s: a calendar is read up to %llu files",
+                     count - found.size(), count, folder.string(), limits.mostFilesPerCalendar);
+      }
+    } else {
+      reportedFolders.erase(folder);
+    }
+    prune(folder, std::set<fs::path>(found.begin(), found.end()));
+    return found;
+  }
+
   /// The file as last read, read again when it changed; none when it cannot be read at all.
-  const ParsedFile* load(const fs::path& file) {
+  ParsedFile* load(const fs::path& file, ICalendarClock& clock, const Deadline& deadline) {
     const auto stamp = stampOf(file);
     if (!stamp) {
       files.erase(file);
@@ -634,16 +400,42 @@ struct ICalendarEventStore::State {
       return &cached->second;
     }
     ParsedFile parsed{.stamp = *stamp};
-    if (const auto text = contentsOf(file)) {
-      parsed.root.reset(icalparser_parse_string(text->c_str()));
-    }
-    if (parsed.root) {
-      parsed.calendarName = calendarNameOf(parsed.root.get());
-      readSeries(parsed);
-    } else {
-      logger.notice("Skipping calendar file %s: it holds no iCalendar data", file.string());
-    }
+    read(file, parsed, clock, deadline);
     return &(files[file] = std::move(parsed));
+  }
+
+  /// Reads `file` into `parsed`; what is skipped is logged once for this version of the file, which
+  /// stays cached as it was read.
+  void read(const fs::path& file, ParsedFile& parsed, ICalendarClock& clock, const Deadline& deadline) {
+    const auto tooLarge = [&](std::uintmax_t size) {
+      logger.error(
+          "Skipping calendar file %s: it has %llu bytes, more than the %llu a calendar file may have",
+          file.string(), size, limits.largestFile);
+    };
+    if (std::uintmax_t(parsed.stamp.size) > limits.largestFile) {
+      tooLarge(std::uintmax_t(parsed.stamp.size));
+      return;
+    }
+    if (const auto text = contentsOf(file, limits.largestFile)) {
+      if (text->size() > limits.largestFile) {
+        tooLarge(text->size());
+        return;
+      }
+      if (const auto bad = firstNonTextByte(*text)) {
+        logger.error("Skipping calendar file %s: it is not UTF-8 text (byte %llu)", file.string(), *bad);
+        return;
+      }
+      parsed.root = parseCalendar(*text);
+    }
+    if (!parsed.root) {
+      logger.notice("Skipping calendar file %s: it holds no iCalendar data", file.string());
+      return;
+    }
+    parsed.calendarName = calendarNameOf(parsed.root.get());
+    if (!readSeries(parsed, clock, limits, deadline)) {
+      logger.error("Read calendar file %s only in part: it took longer than the %lld ms allowed",
+                   file.string(), deadline.allowedMilliseconds());
+    }
   }
 
   /// Forgets the files of `folder` that are no longer in `present`.
@@ -907,7 +699,11 @@ private:
 };
 
 ICalendarEventStore::ICalendarEventStore(std::optional<std::filesystem::path> location, Executor& owner)
-    : location_(std::move(location)), owner_(owner), state_(std::make_shared<State>()) {}
+    : ICalendarEventStore(std::move(location), owner, Limits{}) {}
+
+ICalendarEventStore::ICalendarEventStore(std::optional<std::filesystem::path> location, Executor& owner,
+                                         const Limits& limits)
+    : location_(std::move(location)), owner_(owner), state_(std::make_shared<State>(limits)) {}
 
 ICalendarEventStore::~ICalendarEventStore() = default;
 
@@ -939,7 +735,10 @@ std::vector<EventStoreCalendar> ICalendarEventStore::calendars() const {
   std::error_code error;
   if (fs::is_regular_file(*location_, error)) {
     state_->followDeviceZone();
-    const ParsedFile* parsed = state_->load(*location_);
+    const auto stamp = stampOf(*location_);
+    ICalendarClock clock;
+    const Deadline deadline(state_->limits, stamp ? std::uintmax_t(stamp->size) : 0);
+    const ParsedFile* parsed = state_->load(*location_, clock, deadline);
     const std::string id = location_->filename().string();
     std::string title = hasCalendarExtension(id) ? id.substr(0, id.size() - 4) : id;
     if (parsed != nullptr && parsed->calendarName && !parsed->calendarName->empty()) {
@@ -954,9 +753,9 @@ std::vector<EventStoreCalendar> ICalendarEventStore::calendars() const {
     if (isHidden(id) || !entry->is_directory(typeError)) {
       continue;
     }
-    const auto displayName = contentsOf(entry->path() / "displayname");
+    const auto displayName = contentsOf(entry->path() / "displayname", largestMetadataFile);
     const std::string title = displayName ? trimmed(*displayName) : std::string();
-    const auto color = contentsOf(entry->path() / "color");
+    const auto color = contentsOf(entry->path() / "color", largestMetadataFile);
     found.push_back(EventStoreCalendar{
         .id = id, .title = title.empty() ? id : title, .color = color ? colorFrom(*color) : std::nullopt});
   }
@@ -969,11 +768,15 @@ std::vector<EventStoreEvent> ICalendarEventStore::events(Date start, Date end,
   if (!location_ || !(start < end)) {
     return {};
   }
-  state_->followDeviceZone();
+  State& state = *state_;
+  state.followDeviceZone();
   std::error_code error;
   const bool singleFile = fs::is_regular_file(*location_, error);
-  std::vector<EventStoreEvent> found;
   const std::set<std::string> wanted(calendarIds.begin(), calendarIds.end());
+
+  // Every file first, so that the time allowed follows the bytes the call reads.
+  std::vector<std::pair<std::string, fs::path>> sources;
+  std::uintmax_t bytes = 0;
   for (const auto& calendarId : wanted) {
     std::vector<fs::path> files;
     if (singleFile) {
@@ -981,43 +784,69 @@ std::vector<EventStoreEvent> ICalendarEventStore::events(Date start, Date end,
         files.push_back(*location_);
       }
     } else if (!isHidden(calendarId) && calendarId.find('/') == std::string::npos) {
-      const fs::path folder = *location_ / calendarId;
-      for (fs::directory_iterator entry(folder, error), last; !error && entry != last;
-           entry.increment(error)) {
-        if (!isHidden(entry->path().filename().string()) &&
-            hasCalendarExtension(entry->path().filename().string())) {
-          files.push_back(entry->path());
-        }
-      }
-      error.clear();
-      state_->prune(folder, std::set<fs::path>(files.begin(), files.end()));
+      files = state.calendarFiles(*location_ / calendarId);
     }
-    for (const auto& file : files) {
-      const ParsedFile* parsed = state_->load(file);
-      if (parsed == nullptr) {
-        continue;
+    for (auto& file : files) {
+      if (const auto stamp = stampOf(file)) {
+        bytes += std::min(std::uintmax_t(stamp->size), state.limits.largestFile);
       }
-      for (const auto& series : parsed->series) {
-        const auto add = [&](const Occurrence& occurrence, const std::optional<std::string>& title) {
-          if (overlaps(occurrence, start, end)) {
-            found.push_back(EventStoreEvent{.id = series.uid,
-                                            .title = title,
-                                            .start = occurrence.start,
-                                            .end = occurrence.end,
-                                            .isAllDay = occurrence.isAllDay,
-                                            .calendarId = calendarId});
-          }
-        };
-        for (const auto& replacement : series.replacements) {
-          add(replacement.occurrence, replacement.title);
+      sources.emplace_back(calendarId, std::move(file));
+    }
+  }
+
+  ICalendarClock clock;
+  const Deadline deadline(state.limits, bytes);
+  bool cutShort = false;
+  std::vector<EventStoreEvent> found;
+  for (const auto& [calendarId, file] : sources) {
+    if (deadline.passed()) {
+      cutShort = true;
+      break;
+    }
+    ParsedFile* parsed = state.load(file, clock, deadline);
+    if (parsed == nullptr) {
+      continue;
+    }
+    for (auto& series : parsed->series) {
+      if (deadline.passed()) {
+        cutShort = true;
+        break;
+      }
+      const auto add = [&](const ICalendarOccurrence& occurrence, const std::optional<std::string>& title) {
+        const bool touches = occurrence.start == occurrence.end
+                                 ? start <= occurrence.start && occurrence.start < end
+                                 : occurrence.start < end && occurrence.end > start;
+        if (touches) {
+          found.push_back(EventStoreEvent{.id = series.uid,
+                                          .title = title,
+                                          .start = occurrence.start,
+                                          .end = occurrence.end,
+                                          .isAllDay = occurrence.isAllDay,
+                                          .calendarId = calendarId});
         }
-        if (series.recurrence) {
-          for (const auto& occurrence : expand(*series.recurrence, start, end)) {
-            add(occurrence, series.title);
-          }
+      };
+      for (const auto& replacement : series.replacements) {
+        add(replacement.occurrence, replacement.title);
+      }
+      if (series.recurrence) {
+        const auto expansion = series.recurrence->expand(start, end, clock, state.limits.mostStepsPerRule);
+        for (const auto& occurrence : expansion.occurrences) {
+          add(occurrence, series.title);
+        }
+        if (expansion.stopped && !series.reportedStop) {
+          series.reportedStop = true;
+          state.logger.notice("Stopped expanding event %s in calendar file %s at %llu steps: some of its "
+                              "occurrences are left out",
+                              series.uid.value_or("without a UID"), file.string(),
+                              state.limits.mostStepsPerRule);
         }
       }
     }
+  }
+  if (cutShort) {
+    state.logger.error("Left part of the calendars out: reading them took longer than the %lld ms allowed "
+                       "for %llu bytes",
+                       deadline.allowedMilliseconds(), bytes);
   }
   return found;
 }

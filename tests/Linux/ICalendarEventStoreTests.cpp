@@ -1,12 +1,14 @@
 #include "Linux/ICalendarEventStore.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/ManualExecutor.hpp"
+#include "tests/Support/HostileInputs.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <ctime>
 #include <fstream>
 #include <functional>
@@ -369,6 +371,9 @@ TEST_F(ICalendarEventStoreTest, DayByDayQueriesFindWhatOneLongQueryFinds) {
       {"FREQ=HOURLY;INTERVAL=7", local(2026, 3, 1), 20},
       {"FREQ=MINUTELY;INTERVAL=500", local(2026, 3, 5), 10},
       {"FREQ=WEEKLY;COUNT=10", local(2026, 1, 1), 90},
+      {"FREQ=MONTHLY;COUNT=5", local(2026, 1, 1), 200},
+      {"FREQ=HOURLY;INTERVAL=5;COUNT=40", local(2026, 1, 4), 12},
+      {"FREQ=MONTHLY;BYMONTHDAY=5,20;COUNT=7", local(2026, 1, 1), 150},
       {"FREQ=YEARLY;BYMONTH=1,4;BYDAY=1MO", local(2027, 1, 1), 120},
       {"FREQ=WEEKLY", local(2030, 11, 1), 60},
   };
@@ -617,6 +622,244 @@ TEST_F(ICalendarEventStoreTest, AReportArrivingAfterTheStoreIsGoneDoesNothing) {
   store.reset();
   owner_.drain();
   EXPECT_EQ(calls, 0);
+}
+
+/// Limits small enough that the hostile cases below reach them quickly.
+constexpr ICalendarEventStore::Limits smallLimits{
+    .largestFile = 2048, .mostFilesPerCalendar = 8, .mostStepsPerRule = 1000};
+
+TEST_F(ICalendarEventStoreTest, SeriesFromLongAgoCostWhatTheAskedWindowHolds) {
+  // Walked from their starts, most of these would run for minutes or never end.
+  const struct {
+    const char* rule;
+    Date from;
+    Date to;
+    std::size_t count;
+    Date first;
+    Date last;
+  } cases[] = {
+      {"DTSTART:19000101T000000Z\nRRULE:FREQ=SECONDLY\n", local(2026, 3, 10, 9), local(2026, 3, 10, 10), 3600,
+       local(2026, 3, 10, 9), local(2026, 3, 10, 9).adding(3599)},
+      {"DTSTART:00010101T000000\nRRULE:FREQ=MINUTELY\n", local(2026, 3, 10), local(2026, 3, 11), 1440,
+       local(2026, 3, 10), local(2026, 3, 10, 23, 59)},
+      // The day the clock goes back: its repeated hour has one start per wall time.
+      {"DTSTART;TZID=America/New_York:19000101T000000\nRRULE:FREQ=MINUTELY;INTERVAL=30\n", local(2026, 11, 1),
+       local(2026, 11, 2), 48, local(2026, 11, 1), local(2026, 11, 1, 23, 30)},
+      {"DTSTART:19900101T000000Z\nRRULE:FREQ=SECONDLY;COUNT=2147483647\n", local(2026, 3, 10, 9),
+       local(2026, 3, 10, 9, 1), 60, local(2026, 3, 10, 9), local(2026, 3, 10, 9).adding(59)},
+      {"DTSTART:19000101T000000Z\nRRULE:FREQ=MINUTELY;BYMONTH=2\n", local(2026, 2, 10, 9),
+       local(2026, 2, 10, 10), 60, local(2026, 2, 10, 9), local(2026, 2, 10, 9, 59)},
+      // libical looks through every second up to February; the window bounds that search.
+      {"DTSTART:19000101T000000Z\nRRULE:FREQ=SECONDLY;BYMONTH=2\n",
+       local(2026, 3, 10),
+       local(2026, 3, 11),
+       0,
+       {},
+       {}},
+      {"DTSTART:20260309T090000\nRRULE:FREQ=HOURLY;BYHOUR=9,17;COUNT=5\n", local(2026, 3, 10),
+       local(2026, 3, 12), 3, local(2026, 3, 10, 9), local(2026, 3, 11, 9)},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.rule);
+    writeEvent("work", "series", "Series", test.rule);
+    const auto found = eventsIn(test.from, test.to);
+    ASSERT_EQ(found.size(), test.count);
+    if (!found.empty()) {
+      EXPECT_EQ(found.front().start, test.first);
+      EXPECT_EQ(found.back().start, test.last);
+    }
+  }
+}
+
+TEST_F(ICalendarEventStoreTest, ARuleThatOutrunsTheLimitIsCutAndSaysSo) {
+  testing::ScopedLogCapture log;
+  ICalendarEventStore store(folder_.path(), owner_, smallLimits);
+  const struct {
+    const char* uid;
+    const char* rule;
+    std::size_t count;
+  } cases[] = {
+      // Every minute's :00 and :30 from 1900, counted: no arithmetic finds its end, and walking there is
+      // far beyond the limit.
+      {"far-count", "DTSTART:19000101T000000Z\nRRULE:FREQ=MINUTELY;BYSECOND=0,30;COUNT=2147483647\n", 0},
+      // Starts inside the window: the first thousand seconds show.
+      {"every-second", "DTSTART:20260310T000000\nRRULE:FREQ=SECONDLY\n", 1000},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.uid);
+    const auto file = write(fs::path("capped") / (std::string(test.uid) + ".ics"),
+                            calendarText(eventText(test.uid, test.uid, test.rule)));
+    const auto found =
+        store.events(local(2026, 3, 10), local(2026, 3, 11), std::vector<std::string>{"capped"});
+    EXPECT_EQ(found.size(), test.count);
+    if (!found.empty()) {
+      EXPECT_EQ(found.front().start, local(2026, 3, 10));
+    }
+    EXPECT_TRUE(log.contains("Stopped expanding event " + std::string(test.uid) + " in calendar file " +
+                             file.string() + " at 1000 steps: some of its occurrences are left out"));
+    fs::remove(file);
+  }
+}
+
+TEST_F(ICalendarEventStoreTest, ManyExclusionsStillRemoveTheirInstances) {
+  // Every other day since 2000 excluded, in UTC, in a zone, and as dates.
+  const std::chrono::sys_days first{std::chrono::year{2000} / 1 / 1};
+  const char* forms[] = {"EXDATE:%04d%02u%02uT140000Z\n", "EXDATE;TZID=Asia/Kolkata:%04d%02u%02uT193000\n",
+                         "EXDATE;VALUE=DATE:%04d%02u%02u\n"};
+  std::string lines = "DTSTART:20000101T140000Z\nDTEND:20000101T150000Z\nRRULE:FREQ=DAILY\n";
+  for (int day = 0; day < 20000; day += 2) {
+    const std::chrono::year_month_day date{first + std::chrono::days{day}};
+    char text[80];
+    std::snprintf(text, sizeof text, forms[day / 2 % 3], int(date.year()), unsigned(date.month()),
+                  unsigned(date.day()));
+    lines += text;
+  }
+  writeEvent("work", "daily", "Daily", lines);
+  const auto found = eventsIn(local(2026, 3, 1), local(2026, 4, 1));
+  std::vector<Date> starts;
+  for (const auto& event : found) {
+    starts.push_back(event.start);
+  }
+  std::vector<Date> expected;
+  for (int day = 1; day <= 31; ++day) {
+    const auto sinceFirst = (std::chrono::sys_days{std::chrono::year{2026} / 3 / day} - first).count();
+    if (sinceFirst % 2 == 1) {
+      expected.push_back(utc(2026, 3, unsigned(day), 14));
+    }
+  }
+  EXPECT_EQ(starts, expected);
+}
+
+TEST_F(ICalendarEventStoreTest, FilesPastTheLimitsOrNotUTF8AreSkippedAndTheRestStillShow) {
+  testing::ScopedLogCapture log;
+  ICalendarEventStore store(folder_.path(), owner_, smallLimits);
+  const std::string good = calendarText(eventText("good", "Good", "DTSTART:20260501T100000\n"));
+  write("work/good.ics", good);
+  write("work/bom.ics",
+        "\xEF\xBB\xBF" + calendarText(eventText("bom", "Marked", "DTSTART:20260501T110000\n")));
+  const auto large = write("work/large.ics", calendarText(eventText("large", std::string(3000, 'x'), "")));
+  const struct {
+    const char* name;
+    std::string_view bad;
+    std::size_t badByte;
+  } texts[] = {
+      {"latin1", "Caf\xE9", 3},
+      {"cut", "\xE2\x82", 0},
+      {"overlong", "\xC0\xAF", 0},
+      {"surrogate", "\xED\xA0\x80", 0},
+      {"nul", std::string_view("a\0b", 3), 1},
+  };
+  std::vector<std::pair<fs::path, std::size_t>> notText;
+  for (const auto& text : texts) {
+    const std::string body = calendarText(eventText(text.name, text.bad, "DTSTART:20260501T120000\n"));
+    notText.emplace_back(write(fs::path("work") / (std::string(text.name) + ".ics"), body),
+                         body.find(text.bad) + text.badByte);
+  }
+  for (int file = 0; file < 10; ++file) {
+    write("many/" + std::to_string(file) + ".ics",
+          calendarText(eventText(std::to_string(file), "Many", "DTSTART:20260501T100000\n")));
+  }
+  const auto titles = [&](const std::string& calendar) {
+    std::vector<std::string> found;
+    for (const auto& event :
+         store.events(local(2026, 5, 1), local(2026, 5, 2), std::vector<std::string>{calendar})) {
+      found.push_back(event.title.value_or(""));
+    }
+    std::ranges::sort(found);
+    return found;
+  };
+  EXPECT_EQ(titles("work"), (std::vector<std::string>{"Good", "Marked"}));
+  EXPECT_EQ(titles("many"), std::vector<std::string>(8, "Many"));
+  EXPECT_TRUE(log.contains("Skipping calendar file " + large.string() + ": it has " +
+                           std::to_string(fs::file_size(large)) +
+                           " bytes, more than the 2048 a calendar file may have"));
+  EXPECT_TRUE(log.contains("Skipping 2 of the 10 calendar files in " + (folder_.path() / "many").string() +
+                           ": a calendar is read up to 8 files"));
+  for (const auto& [file, byte] : notText) {
+    EXPECT_TRUE(log.contains("Skipping calendar file " + file.string() + ": it is not UTF-8 text (byte " +
+                             std::to_string(byte) + ")"))
+        << file;
+  }
+}
+
+TEST_F(ICalendarEventStoreTest, LongLinesAreReadWhole) {
+  // Pieces of multibyte characters meet the ends of libical's 80-byte reads.
+  std::string title;
+  for (int index = 0; index < 400'001; ++index) {
+    title += index % 3 == 0 ? "\xC3\xA9" : "a";
+  }
+  std::string folded;
+  for (std::size_t at = 0; at < title.size(); at += 70) {
+    folded += (at == 0 ? "" : "\r\n ") + title.substr(at, 70);
+  }
+  const struct {
+    const char* name;
+    std::string summary;
+  } cases[] = {{"one line", title}, {"folded", folded}};
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.name);
+    writeEvent("work", "long", test.summary, "DTSTART:20260501T100000\n");
+    const auto found = eventsIn(local(2026, 5, 1), local(2026, 5, 2));
+    ASSERT_EQ(found.size(), 1u);
+    EXPECT_TRUE(found[0].title == title) << found[0].title.size() << " bytes";
+  }
+}
+
+TEST_F(ICalendarEventStoreTest, ACallThatRunsOutOfTimeLeavesTheRestOutAndSaysSo) {
+  testing::ScopedLogCapture log;
+  writeEvent("work", "a", "A", "DTSTART:20260501T100000\n");
+  ICalendarEventStore store(
+      folder_.path(), owner_,
+      {.leastTime = std::chrono::milliseconds(0), .timePerMegabyte = std::chrono::milliseconds(0)});
+  EXPECT_TRUE(store.events(local(2026, 5, 1), local(2026, 5, 2), std::vector<std::string>{"work"}).empty());
+  EXPECT_TRUE(
+      log.contains("Left part of the calendars out: reading them took longer than the 0 ms allowed for " +
+                   std::to_string(fs::file_size(folder_.path() / "work" / "a.ics")) + " bytes"));
+}
+
+TEST_F(ICalendarEventStoreTest, HostileVariantsOfValidCalendarsAreReadWithinBounds) {
+  const std::string valid[] = {
+      calendarText(eventText("standup", "Standup", R"(DTSTART;TZID=America/New_York:20260302T090000
+DTEND;TZID=America/New_York:20260302T093000
+RRULE:FREQ=WEEKLY;COUNT=6
+EXDATE;TZID=America/New_York:20260309T090000
+)") + eventText("standup", "Moved",
+                "RECURRENCE-ID;TZID=America/New_York:20260316T090000\nDTSTART:20260317T140000Z\n")),
+      calendarText(std::string(berlinZone) +
+                       eventText("berlin", "Berlin", R"(DTSTART;TZID=Europe/Berlin:20260316T090000
+DURATION:PT1H
+RRULE:FREQ=MONTHLY;BYDAY=MO,TU;BYSETPOS=-1;UNTIL=20270330T070000Z
+RDATE;VALUE=PERIOD:20260310T080000Z/PT30M
+)"),
+                   "X-WR-CALNAME:Hostile\n"),
+      calendarText(eventText("ticks", "Ticks",
+                             "DTSTART:20260301T000000Z\nRRULE:FREQ=MINUTELY;INTERVAL=7;COUNT=9000\n") +
+                   eventText("day", "Day",
+                             "DTSTART;VALUE=DATE:20260315\nDTEND;VALUE=DATE:20260317\nRRULE:FREQ=YEARLY\n")),
+      calendarText(eventText("seconds", "Seconds",
+                             "DTSTART:19700101T000000Z\nRRULE:FREQ=SECONDLY;BYMINUTE=5;BYHOUR=9\n")),
+  };
+  constexpr ICalendarEventStore::Limits limits{.mostStepsPerRule = 2000};
+  ICalendarEventStore store(folder_.path(), owner_, limits);
+  const Date from = local(2026, 3, 16);
+  const Date to = local(2026, 3, 18);
+  int index = 0;
+  for (std::uint32_t seed = 0; seed < std::size(valid); ++seed) {
+    for (const auto& variant : testing::hostileVariants(valid[seed], seed, 50)) {
+      SCOPED_TRACE(::testing::Message() << "seed " << seed << ", variant " << index);
+      const auto file = write("fuzz/" + std::to_string(index++) + ".ics", variant);
+      ICalendarEventStore single(file, owner_, limits);
+      ASSERT_NO_THROW(single.calendars());
+      std::vector<EventStoreEvent> found;
+      ASSERT_NO_THROW(found = store.events(from, to, std::vector<std::string>{"fuzz"}));
+      EXPECT_LE(found.size(), 8 * limits.mostStepsPerRule);
+      for (const auto& event : found) {
+        EXPECT_LE(event.start, event.end);
+        EXPECT_TRUE(event.start < to && (event.end > from || event.start >= from));
+      }
+      fs::remove(file);
+    }
+  }
 }
 
 } // namespace
