@@ -22,6 +22,10 @@
 namespace vantrel {
 namespace {
 
+// Settings take a few kilobytes, and every command and every widget refresh reads the file: a far larger
+// one, a mistake or an attack, is refused rather than read by each of them.
+constexpr std::int64_t maximumFileBytes = std::int64_t{16} * 1024 * 1024;
+
 // EVP_EncodeBlock and EVP_DecodeBlock take int lengths, so large data goes through in pieces.
 constexpr std::size_t base64ChunkBytes = std::size_t{3} * 16 * 1024;
 constexpr std::size_t base64ChunkCharacters = base64ChunkBytes / 3 * 4;
@@ -237,7 +241,15 @@ JSONFilePreferences::FileIdentity JSONFilePreferences::identify() const {
 
 void JSONFilePreferences::reload(const FileIdentity& identity) const {
   cachedIdentity_.reset();
+  // Before the read when stat tells already; after it too, should the file have grown in between.
+  const auto refuseLarge = [&](std::int64_t size) {
+    if (size > maximumFileBytes) {
+      throw PreferencesFileError(file_, "the file is larger than 16 MiB");
+    }
+  };
+  refuseLarge(identity.size);
   const auto text = fileSystem_.readFile(file_);
+  refuseLarge(text ? std::int64_t(text->size()) : 0);
   cachedValues_ = text ? parseValues(*text, file_) : Values{};
   // Taken before the read: should the file change in between, the next call sees a difference and reads
   // again, rather than trusting a stale copy.
@@ -257,7 +269,12 @@ void JSONFilePreferences::change(const std::function<void(Values&)>& apply) {
   if (updated == cachedValues_) {
     return;
   }
-  AtomicFileWriter(fileSystem_).writeString(encodeValues(updated), file_, 0600);
+  const auto text = encodeValues(updated);
+  // A file no reader would take is not written in the first place.
+  if (std::int64_t(text.size()) > maximumFileBytes) {
+    throw std::invalid_argument("preferences file " + file_.string() + " would be larger than 16 MiB");
+  }
+  AtomicFileWriter(fileSystem_).writeString(text, file_, 0600);
   cachedValues_ = std::move(updated);
   // Every writer holds the lock, so what stat sees now is the file just written.
   cachedIdentity_ = identify();

@@ -23,7 +23,8 @@ namespace vantrel {
 /// file, applies its one change and replaces the file atomically, so concurrent writers lose nothing.
 ///
 /// A missing file is an empty store and nothing is created before the first write. A file that cannot be
-/// understood makes every call throw PreferencesFileError and is never overwritten.
+/// understood, or is larger than 16 MiB, makes every call throw PreferencesFileError and is never
+/// overwritten; a change that would make the file larger throws std::invalid_argument.
 class JSONFilePreferences final : public Preferences {
 public:
   explicit JSONFilePreferences(std::filesystem::path file,

@@ -2,6 +2,7 @@
 
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Platform/UTF8.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -22,7 +23,35 @@ bool isDigit(char character) {
   return character >= '0' && character <= '9';
 }
 
+bool isASCII(char character) {
+  return static_cast<unsigned char>(character) < 0x80;
+}
+
+/// A byte a string simply goes on with: no quote or backslash, no control character, and ASCII (the rest
+/// is checked a whole run at a time).
+bool isPlainStringByte(char character) {
+  return character != '"' && character != '\\' && static_cast<unsigned char>(character) >= 0x20 &&
+         isASCII(character);
+}
+
+bool isHighSurrogate(unsigned unit) {
+  return unit >= 0xD800 && unit <= 0xDBFF;
+}
+
+bool isLowSurrogate(unsigned unit) {
+  return unit >= 0xDC00 && unit <= 0xDFFF;
+}
+
+constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
+
 } // namespace
+
+JSONScanner::JSONScanner(std::string_view text) : text_(text) {
+  // As parseJSON does: a byte order mark before the document is skipped.
+  if (text_.starts_with(byteOrderMark)) {
+    position_ = byteOrderMark.size();
+  }
+}
 
 void JSONScanner::fail(std::string_view what) const {
   throw DecodingError(DecodingError::Kind::dataCorrupted, "",
@@ -57,7 +86,7 @@ void JSONScanner::expect(char character) {
 
 void JSONScanner::enterObject() {
   expect('{');
-  if (entered_.size() == maximumDepth) {
+  if (entered_.size() == maximumJSONDepth) {
     fail("nesting too deep");
   }
   entered_.push_back(false);
@@ -81,25 +110,60 @@ bool JSONScanner::nextMember(std::string_view& rawKey) {
   return true;
 }
 
-// The first quote or backslash at or after `at`, or `size`. Strings in a snapshot are short, where a
-// library search costs more to call than to run; on x86-64 sixteen bytes are looked at in one step.
+// The first byte at or after `at` that is not a plain string byte, or `size`. Strings in a snapshot are
+// short, where a library search costs more to call than to run; on x86-64 sixteen bytes are looked at in
+// one step.
 std::size_t JSONScanner::stringStop(const char* data, std::size_t at, std::size_t size) {
 #if defined(__SSE2__)
   const __m128i quote = _mm_set1_epi8('"');
   const __m128i backslash = _mm_set1_epi8('\\');
+  // Compared as signed bytes, exactly the control characters and the non-ASCII bytes are below a space.
+  const __m128i space = _mm_set1_epi8(' ');
   for (; at + 16 <= size; at += 16) {
     const __m128i chunk = _mm_loadu_si128(reinterpret_cast<const __m128i*>(data + at));
-    const int hits =
-        _mm_movemask_epi8(_mm_or_si128(_mm_cmpeq_epi8(chunk, quote), _mm_cmpeq_epi8(chunk, backslash)));
+    const __m128i quoteOrBackslash =
+        _mm_or_si128(_mm_cmpeq_epi8(chunk, quote), _mm_cmpeq_epi8(chunk, backslash));
+    const int hits = _mm_movemask_epi8(_mm_or_si128(quoteOrBackslash, _mm_cmplt_epi8(chunk, space)));
     if (hits != 0) {
       return at + static_cast<std::size_t>(__builtin_ctz(static_cast<unsigned>(hits)));
     }
   }
 #endif
-  while (at < size && data[at] != '"' && data[at] != '\\') {
+  while (at < size && isPlainStringByte(data[at])) {
     ++at;
   }
   return at;
+}
+
+std::size_t JSONScanner::checkedStringBytes(std::size_t at) {
+  if (isASCII(text_[at])) {
+    position_ = at;
+    fail("control character in string");
+  }
+  // ASCII never stands inside a multi-byte sequence, so a run of non-ASCII bytes holds whole sequences.
+  std::size_t end = at;
+  while (end < text_.size() && !isASCII(text_[end])) {
+    ++end;
+  }
+  if (const auto invalid = firstInvalidUTF8Byte(text_.substr(at, end - at))) {
+    position_ = at + *invalid;
+    fail("text that is not UTF-8");
+  }
+  return end;
+}
+
+unsigned JSONScanner::escapedUnit(std::size_t at) {
+  unsigned unit = 0;
+  for (std::size_t digit = 0; digit < 4; ++digit) {
+    const char character = at + digit < text_.size() ? text_[at + digit] : '\0';
+    if (!std::isxdigit(static_cast<unsigned char>(character))) {
+      position_ = at;
+      fail("bad \\u escape");
+    }
+    unit = unit * 16 +
+           static_cast<unsigned>(isDigit(character) ? character - '0' : (character | 0x20) - 'a' + 10);
+  }
+  return unit;
 }
 
 std::string_view JSONScanner::readString() {
@@ -119,20 +183,26 @@ std::string_view JSONScanner::readString() {
       position_ = at + 1;
       return text_.substr(start, at - start);
     }
-    ++at;
-    const char escaped = at < size ? data[at] : '\0';
+    if (data[at] != '\\') {
+      at = checkedStringBytes(at);
+      continue;
+    }
+    const std::size_t escape = at;
+    const char escaped = at + 1 < size ? data[at + 1] : '\0';
     if (escaped == 'u') {
-      for (std::size_t digit = 1; digit <= 4; ++digit) {
-        if (at + digit >= size || !std::isxdigit(static_cast<unsigned char>(data[at + digit]))) {
-          position_ = at;
-          fail("bad \\u escape");
-        }
+      const unsigned unit = escapedUnit(escape + 2);
+      at = escape + 6;
+      // As in UTF-16, a high surrogate must be followed by a low one, and a low one cannot stand alone.
+      if (isHighSurrogate(unit) && text_.substr(at, 2) == "\\u" && isLowSurrogate(escapedUnit(at + 2))) {
+        at += 6;
+      } else if (isHighSurrogate(unit) || isLowSurrogate(unit)) {
+        position_ = escape;
+        fail("lone surrogate escape");
       }
-      at += 5;
     } else if (escaped != '\0' && std::strchr("\"\\/bfnrt", escaped) != nullptr) {
-      ++at;
+      at = escape + 2;
     } else {
-      position_ = at;
+      position_ = escape + 1;
       fail("bad escape");
     }
   }
@@ -185,7 +255,7 @@ void JSONScanner::skipContainer() {
   auto& levels = skipLevels_;
   levels.clear();
   const auto open = [&](char closer) {
-    if (levels.size() + entered_.size() >= maximumDepth) {
+    if (levels.size() + entered_.size() >= maximumJSONDepth) {
       fail("nesting too deep");
     }
     ++position_;
@@ -281,10 +351,14 @@ std::string_view JSONScanner::skipBalanced() {
           ++at;
           break;
         }
-        at += 2; // a backslash and the character it escapes
+        if (data[at] == '\\') {
+          at += 2; // a backslash and the character it escapes
+          continue;
+        }
+        at = checkedStringBytes(at);
       }
     } else if (character == '{' || character == '[') {
-      if (levels.size() + entered_.size() >= maximumDepth) {
+      if (levels.size() + entered_.size() >= maximumJSONDepth) {
         position_ = at;
         fail("nesting too deep");
       }
@@ -300,6 +374,11 @@ std::string_view JSONScanner::skipBalanced() {
         position_ = at;
         return text_.substr(start, at - start);
       }
+    } else if (static_cast<signed char>(character) < ' ' && !isWhiteSpace(character)) {
+      // A control character or a non-ASCII byte is never JSON outside a string; refused here so that no
+      // text that is not UTF-8 gets past. As signed bytes, both are below a space.
+      position_ = at - 1;
+      fail("unexpected character");
     }
   }
 }

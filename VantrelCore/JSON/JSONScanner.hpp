@@ -12,12 +12,13 @@ namespace vantrel {
 /// as views of the text and skips what the caller does not ask for. Made for readers that need a small
 /// part of a large document, where a full parse would cost a widget host's time and memory budget.
 ///
-/// Strings are checked for their quotes and escapes only; their characters are taken as they stand.
-/// Names and keys are handed out raw (escapes as written); unescaped() resolves them.
-/// Every fault throws DecodingError (dataCorrupted) naming the byte offset.
+/// Strings are checked as the full parser checks them: UTF-8, no raw control characters, well-formed
+/// escapes, surrogates only in pairs. Names and keys are handed out raw (escapes as written); unescaped()
+/// resolves them. Nesting deeper than maximumJSONDepth is refused, and a leading byte order mark skipped,
+/// as parseJSON does. Every fault throws DecodingError (dataCorrupted) naming the byte offset.
 class JSONScanner {
 public:
-  explicit JSONScanner(std::string_view text) : text_(text) {}
+  explicit JSONScanner(std::string_view text);
 
   /// Reads the '{' of an object; members follow through nextMember().
   void enterObject();
@@ -28,9 +29,10 @@ public:
   std::string_view readString();
   /// Skips one value of any kind and answers its text.
   std::string_view skipValue();
-  /// Skips one value checking only its strings and the pairing of its brackets, which is all that finding
-  /// its end needs and about twice as fast. For values the caller then decodes with a full parser, or
-  /// does not use; a scalar is checked as skipValue() checks it.
+  /// Skips one value checking only its brackets' pairing and its characters (UTF-8, none raw in a string
+  /// that JSON wants escaped), not its grammar nor its escapes: finding its end needs no more, and this is
+  /// about twice as fast. For values the caller then decodes with a full parser, or does not use; a scalar
+  /// is checked as skipValue() checks it.
   std::string_view skipBalanced();
   /// How deep the value skipped last nests: 0 for a scalar, 1 for a flat object or array.
   std::size_t lastSkipDepth() const { return lastSkipDepth_; }
@@ -48,10 +50,13 @@ public:
   static std::string unescaped(std::string_view rawString);
 
 private:
-  static constexpr std::size_t maximumDepth = 512;
-
   static std::size_t stringStop(const char* data, std::size_t at, std::size_t size);
   [[noreturn]] void fail(std::string_view what) const;
+  /// Checks the byte at `at` inside a string, which stringStop() stopped at but is no quote or backslash:
+  /// a raw control character fails, non-ASCII text must be UTF-8. Answers where the string goes on.
+  std::size_t checkedStringBytes(std::size_t at);
+  /// The four hex digits of a \u escape at `at`; fails when they are not.
+  unsigned escapedUnit(std::size_t at);
   void skipWhiteSpace();
   char peek();
   void expect(char character);

@@ -5,6 +5,7 @@
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/Date.hpp"
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -12,7 +13,14 @@
 
 namespace vantrel {
 
-/// Parses a whole JSON text. Throws DecodingError (dataCorrupted) naming the line and column of the fault.
+/// How deeply any JSON text the system reads may nest arrays and objects. Our files need about five
+/// levels; the cap keeps a hostile file from costing a reader its stack or its time.
+inline constexpr std::size_t maximumJSONDepth = 64;
+
+/// Parses a whole JSON text without recursion. Refuses text that is not UTF-8 (escaped lone surrogates
+/// included), anything after the document but white space (a NUL too), and nesting deeper than
+/// maximumJSONDepth; a leading byte order mark is skipped. Throws DecodingError (dataCorrupted) naming the
+/// line and column of the fault.
 rapidjson::Document parseJSON(std::string_view text);
 
 /// The kind of a JSON value as errors name it: "string", "integer", "number", "bool", "null", "object",

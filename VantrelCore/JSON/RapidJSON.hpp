@@ -14,13 +14,16 @@
 
 #include <rapidjson/document.h>
 #include <rapidjson/error/en.h>
+#include <rapidjson/memorystream.h>
 #include <rapidjson/stringbuffer.h>
 #include <rapidjson/writer.h>
 
 namespace vantrel {
 
-/// Strict RFC 8259 input, exact doubles, and UTF-8 that is checked rather than trusted.
-inline constexpr unsigned jsonParseFlags =
-    rapidjson::kParseFullPrecisionFlag | rapidjson::kParseValidateEncodingFlag;
+/// Strict RFC 8259 input, exact doubles, UTF-8 that is checked rather than trusted, and a parser that keeps
+/// its nesting on the heap, so that deep input cannot overflow the call stack.
+inline constexpr unsigned jsonParseFlags = rapidjson::kParseFullPrecisionFlag |
+                                           rapidjson::kParseValidateEncodingFlag |
+                                           rapidjson::kParseIterativeFlag;
 
 } // namespace vantrel

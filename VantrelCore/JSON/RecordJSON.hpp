@@ -43,8 +43,9 @@ std::string describeRecord(std::string_view typeName, const rapidjson::Value& ob
 } // namespace detail
 
 /// Reads a record from a JSON object. Every non-optional field is required; unknown keys are ignored so
-/// that a newer writer's extra fields do not lock out an older reader. Throws DecodingError whose coding
-/// path is the key and whose text names the record and the key.
+/// that a newer writer's extra fields do not lock out an older reader. A field's key given twice is
+/// refused: readers that look a field up in the text (the widget's) would see the first, a decode the last.
+/// Throws DecodingError whose coding path is the key and whose text names the record and the key.
 template <class Record> Record decodeRecord(const rapidjson::Value& value) {
   static_assert(recordFieldCount<Record>() <= 32);
   if (!value.IsObject()) {
@@ -59,6 +60,11 @@ template <class Record> Record decodeRecord(const rapidjson::Value& value) {
     std::uint32_t bit = 1;
     forEachRecordField<Record>([&](const auto& field) {
       if (field.key == key) {
+        if (seen & bit) {
+          throw DecodingError(DecodingError::Kind::dataCorrupted, std::string(key),
+                              detail::describeRecord(Record::typeName, value) + " has key '" +
+                                  std::string(key) + "' more than once");
+        }
         try {
           readJSONValue(member.value, record.*field.member);
         } catch (const DecodingError& error) {

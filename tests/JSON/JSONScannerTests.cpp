@@ -1,6 +1,7 @@
 #include "VantrelCore/JSON/JSONScanner.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
+#include "tests/Support/HostileInputs.hpp"
 
 #include <gtest/gtest.h>
 
@@ -27,49 +28,62 @@ bool parserAccepts(std::string_view text) {
   }
 }
 
-// The checked skip agrees with the full parser on what is JSON, except for what it leaves to the parser
-// on purpose: the characters inside strings.
+// The checked skip agrees with the full parser on what is JSON, down to the characters inside strings.
 TEST(JSONScanner, TheCheckedSkipAcceptsWhatTheParserAccepts) {
-  const char* texts[] = {R"({})",
-                         R"([])",
-                         R"({"a":1})",
-                         R"({"a":[1,2,{"b":null}],"c":true,"d":false})",
-                         R"( { "a" : [ 1 , 2 ] } )",
-                         R"("\"\\\/\b\f\n\r\t\u00e9\uD83D\uDE00")",
-                         R"(-0)",
-                         R"(0.5e-3)",
-                         R"(1E+9)",
-                         R"(123456789012345678901234)",
-                         R"({"a":1,})",
-                         R"([1,])",
-                         R"([,1])",
-                         R"({"a" 1})",
-                         R"({a:1})",
-                         R"({"a":1 "b":2})",
-                         R"([1 2])",
-                         R"(01)",
-                         R"(1.)",
-                         R"(.5)",
-                         R"(-)",
-                         R"(1e)",
-                         R"(+1)",
-                         R"(tru)",
-                         R"(nul)",
-                         R"(falsey)",
-                         R"("\x")",
-                         R"("\u12G4")",
-                         R"("open)",
-                         R"({"a":1)",
-                         R"([1,2)",
-                         R"({"a":1}})",
-                         R"([1]])",
-                         R"({"a":[1}])",
-                         R"()",
-                         R"(  )",
-                         R"("a" "b")",
-                         R"({"a":1}x)",
-                         R"([[[[[]]]]])"};
-  for (const auto* text : texts) {
+  const std::string texts[] = {R"({})",
+                               R"([])",
+                               R"({"a":1})",
+                               R"({"a":[1,2,{"b":null}],"c":true,"d":false})",
+                               R"( { "a" : [ 1 , 2 ] } )",
+                               R"("\"\\\/\b\f\n\r\t\u00e9\uD83D\uDE00")",
+                               R"(-0)",
+                               R"(0.5e-3)",
+                               R"(1E+9)",
+                               R"(123456789012345678901234)",
+                               R"({"a":1,})",
+                               R"([1,])",
+                               R"([,1])",
+                               R"({"a" 1})",
+                               R"({a:1})",
+                               R"({"a":1 "b":2})",
+                               R"([1 2])",
+                               R"(01)",
+                               R"(1.)",
+                               R"(.5)",
+                               R"(-)",
+                               R"(1e)",
+                               R"(+1)",
+                               R"(tru)",
+                               R"(nul)",
+                               R"(falsey)",
+                               R"("\x")",
+                               R"("\u12G4")",
+                               R"("open)",
+                               R"({"a":1)",
+                               R"([1,2)",
+                               R"({"a":1}})",
+                               R"([1]])",
+                               R"({"a":[1}])",
+                               R"()",
+                               R"(  )",
+                               R"("a" "b")",
+                               R"({"a":1}x)",
+                               R"([[[[[]]]]])",
+                               "\"caf\xC3\xA9 \xF0\x9F\x98\x80\"",
+                               "\"caf\xE9\"",
+                               "\"cut \xC3\"",
+                               "\"overlong \xC0\xAF\"",
+                               "\"surrogate \xED\xA0\x80\"",
+                               "\"tab\tinside\"",
+                               R"("\udc00")",
+                               R"("\ud800")",
+                               R"("\ud800\u0041")",
+                               "\xEF\xBB\xBF{}",
+                               "\xBB{}",
+                               std::string("{}\0", 3),
+                               testing::deeplyNestedJSON(64, true),
+                               testing::deeplyNestedJSON(65, true)};
+  for (const auto& text : texts) {
     EXPECT_EQ(scannerAccepts(text), parserAccepts(text)) << text;
   }
 }
@@ -105,16 +119,26 @@ TEST(JSONScanner, TheBalancedSkipFindsTheEndAndTheDepth) {
     EXPECT_EQ(scanner.skipBalanced(), testCase.value) << testCase.text;
     EXPECT_EQ(scanner.lastSkipDepth(), testCase.depth) << testCase.text;
   }
-  for (const auto* broken : {R"({"a":[1})", R"({"a":"x)", R"([[)", R"({"a":"\)"}) {
+  for (const auto* broken : {R"({"a":[1})", R"({"a":"x)", R"([[)", R"({"a":"\)", "{\"a\":\"caf\xE9\"}",
+                             "{\"a\":\"a\tb\"}", "{\"a\":\xC3\xA9}"}) {
     JSONScanner scanner(broken);
     EXPECT_THROW(scanner.skipBalanced(), DecodingError) << broken;
   }
 }
 
-TEST(JSONScanner, RefusesNestingBeyondItsLimit) {
-  const std::string deep = std::string(600, '[') + std::string(600, ']');
-  EXPECT_FALSE(scannerAccepts(deep));
-  JSONScanner scanner(deep);
+// As deep as the full parser goes, entered objects included.
+TEST(JSONScanner, TheBalancedSkipRefusesNestingBeyondTheParsersLimit) {
+  for (const bool objects : {false, true}) {
+    const auto deepest = testing::deeplyNestedJSON(64, objects);
+    const auto deeper = testing::deeplyNestedJSON(65, objects);
+    EXPECT_NO_THROW(JSONScanner(deepest).skipBalanced());
+    EXPECT_THROW(JSONScanner(deeper).skipBalanced(), DecodingError);
+  }
+  const auto member = "{\"a\":" + testing::deeplyNestedJSON(64, false) + "}";
+  JSONScanner scanner(member);
+  scanner.enterObject();
+  std::string_view key;
+  ASSERT_TRUE(scanner.nextMember(key));
   EXPECT_THROW(scanner.skipBalanced(), DecodingError);
 }
 

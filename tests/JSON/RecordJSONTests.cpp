@@ -46,6 +46,21 @@ TYPED_TEST(EveryRecordType, LeavesAbsentOptionalsOutAndRequiresEveryOtherField) 
   });
 }
 
+TYPED_TEST(EveryRecordType, RefusesAKeyGivenTwice) {
+  std::string firstKey;
+  forEachRecordField<TypeParam>(
+      [&](const auto& field) { firstKey = firstKey.empty() ? field.key : firstKey; });
+  auto json = encodeRecordJSON(filledRecord<TypeParam>());
+  json.insert(json.size() - 1, ",\"" + firstKey + "\":null");
+  try {
+    decodeRecordJSON<TypeParam>(json);
+    ADD_FAILURE() << "decoded " << json;
+  } catch (const DecodingError& error) {
+    EXPECT_EQ(error.codingPath(), firstKey);
+    EXPECT_NE(error.debugDescription().find("has key '" + firstKey + "' more than once"), std::string::npos);
+  }
+}
+
 TEST(RecordJSON, TaskHasTheDocumentedShape) {
   TaskRecord task{.recordName = "t-3f9a1c", .homeRef = "p-a81b0e", .title = "Call Sam", .sortIndex = 2000};
   EXPECT_EQ(

@@ -23,8 +23,9 @@ namespace fs = std::filesystem;
 class JSONFilePreferencesTest : public ::testing::Test {
 protected:
   static std::string readText(const fs::path& path) {
-    std::ifstream stream(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(stream), {});
+    std::stringstream text;
+    text << std::ifstream(path, std::ios::binary).rdbuf();
+    return text.str();
   }
   void writeText(std::string_view text) {
     fs::create_directories(file_.parent_path());
@@ -101,9 +102,16 @@ TEST_F(JSONFilePreferencesTest, AFileThatCannotBeUnderstoodIsReportedAndKept) {
       {R"({"x": {"other": 1}})", "key 'x' holds an object other than {\"data\": \"<base64>\"}"},
       {R"({"x": null})", "key 'x' holds null, which no preference can be"},
       {R"({"x": 1, "x": 2})", "key 'x' appears more than once"},
+      {std::string(65, '[') + std::string(65, ']'),
+       "The given data was not valid JSON: More than 64 nested arrays and objects. (line 1, column 65)"},
+      {"{\"x\": \"caf\xE9\"}",
+       "The given data was not valid JSON: Invalid encoding in string. (line 1, column 11)"},
+      {std::string(16 * 1024 * 1024 + 1, ' '), "the file is larger than 16 MiB"},
+      {R"({"x": "\udc00"})",
+       "The given data was not valid JSON: The surrogate pair in string is invalid. (line 1, column 15)"},
   };
   for (const auto& [content, reason] : cases) {
-    SCOPED_TRACE(content);
+    SCOPED_TRACE(content.substr(0, 100));
     writeText(content);
     JSONFilePreferences preferences(file_);
     const std::string message = "preferences file " + file_.string() + " is unreadable: " + reason;
@@ -142,6 +150,8 @@ TEST_F(JSONFilePreferencesTest, SeesWhatAnotherInstanceWroteAndRefusesTextThatIs
   const auto before = readText(file_);
   EXPECT_THROW(first.setValue("bad\xff", true), std::invalid_argument);
   EXPECT_THROW(first.setValue("kept", std::string("bad\xff")), std::invalid_argument);
+  EXPECT_THROW(first.setValue("big", PreferenceData{std::string(13 * 1024 * 1024, 'x')}),
+               std::invalid_argument);
   EXPECT_EQ(readText(file_), before);
   EXPECT_EQ(second.boolean("kept"), true);
 }
@@ -177,26 +187,32 @@ TEST_F(JSONFilePreferencesTest, ConcurrentProcessesLoseNoWrite) {
   }
 }
 
+// Private whatever the umask: a lax one must not widen the modes, nor a strict one take the owner's.
 TEST_F(JSONFilePreferencesTest, StoresCreateTheirPrivateFilesOnTheFirstWrite) {
-  const auto paths =
-      VantrelPaths::resolve(folder_ / "profile", [](std::string_view) { return std::nullopt; });
-  const auto standard = JSONFilePreferences::standard(paths);
-  const auto shared = JSONFilePreferences::shared(paths);
-  EXPECT_EQ(standard->value("a"), std::nullopt);
-  standard->removeValue("a");
-  EXPECT_FALSE(fs::exists(folder_ / "profile"));
+  for (const mode_t mask : {0000, 0022, 0077, 0277}) {
+    SCOPED_TRACE(mask);
+    const mode_t previousMask = ::umask(mask);
+    const auto profile = folder_ / ("profile-" + std::to_string(mask));
+    const auto paths = VantrelPaths::resolve(profile, [](std::string_view) { return std::nullopt; });
+    const auto standard = JSONFilePreferences::standard(paths);
+    const auto shared = JSONFilePreferences::shared(paths);
+    EXPECT_EQ(standard->value("a"), std::nullopt);
+    standard->removeValue("a");
+    EXPECT_FALSE(fs::exists(profile));
 
-  standard->setValue("a", std::int64_t{1});
-  shared->setValue("b", std::int64_t{2});
-  EXPECT_EQ(JSONFilePreferences(paths.standardPreferencesFile).integer("a"), 1);
-  EXPECT_EQ(JSONFilePreferences(paths.sharedPreferencesFile).integer("b"), 2);
-  EXPECT_EQ(standard->value("b"), std::nullopt);
-  for (const auto& file : {paths.standardPreferencesFile, paths.sharedPreferencesFile}) {
-    EXPECT_EQ(permissionsOf(file), 0600u);
-    EXPECT_EQ(permissionsOf(file.string() + ".lock"), 0600u);
-    EXPECT_EQ(permissionsOf(file.parent_path()), 0700u);
+    standard->setValue("a", std::int64_t{1});
+    shared->setValue("b", std::int64_t{2});
+    ::umask(previousMask);
+    EXPECT_EQ(JSONFilePreferences(paths.standardPreferencesFile).integer("a"), 1);
+    EXPECT_EQ(JSONFilePreferences(paths.sharedPreferencesFile).integer("b"), 2);
+    EXPECT_EQ(standard->value("b"), std::nullopt);
+    for (const auto& file : {paths.standardPreferencesFile, paths.sharedPreferencesFile}) {
+      EXPECT_EQ(permissionsOf(file), 0600u);
+      EXPECT_EQ(permissionsOf(file.string() + ".lock"), 0600u);
+      EXPECT_EQ(permissionsOf(file.parent_path()), 0700u);
+    }
+    EXPECT_EQ(permissionsOf(paths.appGroupContainerDirectory), 0700u);
   }
-  EXPECT_EQ(permissionsOf(paths.appGroupContainerDirectory), 0700u);
 }
 
 } // namespace
