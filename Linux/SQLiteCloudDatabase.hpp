@@ -16,7 +16,8 @@ struct SQLiteCloudStorageHolder {
 
 /// The embedded cloud database: the cloud's rules on one SQLite file, which several processes and
 /// profiles share as several devices. The file keeps its own account, made on first use; naming another
-/// user record name signs in to another account in the same file.
+/// user record name signs in to another account in the same file. A file that cannot be used fails the
+/// constructor with CloudError (see SQLiteCloudStorage), so that a caller can go on without the cloud.
 class SQLiteCloudDatabase : private SQLiteCloudStorageHolder, public StoredCloudDatabase {
 public:
   SQLiteCloudDatabase(std::filesystem::path file, const Clock& clock,

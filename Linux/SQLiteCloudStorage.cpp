@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
 #include <limits>
 #include <map>
 #include <memory>
@@ -13,7 +15,9 @@
 #include <stdexcept>
 #include <string>
 #include <string_view>
+#include <sys/stat.h>
 #include <type_traits>
+#include <unistd.h>
 #include <unordered_map>
 #include <utility>
 
@@ -71,6 +75,41 @@ CloudError sqliteError(const std::filesystem::path& file, sqlite3* database, int
   // The connection's message is more precise, but only when it is about this failure.
   const bool messageFits = database != nullptr && (sqlite3_errcode(database) & 0xff) == primary;
   return storageError(file, code, messageFits ? sqlite3_errmsg(database) : sqlite3_errstr(result));
+}
+
+/// Creates the file private (0600) when it is missing, whatever the umask, and makes a file of ours that an
+/// older version left open to others private, with the -wal, -shm and -journal files beside it. SQLite
+/// creates those with the database file's permissions, so they stay private from then on.
+///
+/// The file is made without being opened: closing a descriptor of a file would drop the locks that the
+/// process's SQLite connections hold on it.
+void makePrivate(const std::filesystem::path& file) {
+  constexpr mode_t privateMode = S_IRUSR | S_IWUSR;
+  if (::mknod(file.c_str(), S_IFREG | privateMode, 0) != 0 && errno != EEXIST) {
+    throw storageError(file, CloudErrorCode::badDatabase,
+                       "cannot create the file: " + std::string(std::strerror(errno)));
+  }
+  for (const char* suffix : {"", "-wal", "-shm", "-journal"}) {
+    const std::string path = file.string() + suffix;
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode) || status.st_uid != ::geteuid() ||
+        (status.st_mode & 0777) == privateMode) {
+      continue;
+    }
+    if (::chmod(path.c_str(), privateMode) != 0) {
+      throw storageError(file, CloudErrorCode::badDatabase,
+                         "cannot make " + path + " private: " + std::strerror(errno));
+    }
+  }
+}
+
+/// The record the bytes hold, in `stored.record`, or why they hold none, in `stored.unreadable`.
+template <class Stored> void readRecord(Stored& stored, std::string_view bytes) {
+  try {
+    stored.record = unarchiveWholeCKRecord(bytes);
+  } catch (const CloudKitRecordError& error) {
+    stored.unreadable = error.what();
+  }
 }
 
 /// SQL text from a string literal, whose address names its prepared statement in a connection's cache.
@@ -221,8 +260,8 @@ public:
   void deleteZone(const std::string& owner, const CloudStoredZoneDeletion& deletion) override;
   std::vector<CloudStoredZoneDeletion> zoneDeletions(const std::string& owner, std::int64_t since) override;
 
-  std::optional<CloudRecord> record(const std::string& owner, const std::string& zoneName,
-                                    const std::string& recordName) override;
+  std::optional<CloudStoredRecord> record(const std::string& owner, const std::string& zoneName,
+                                          const std::string& recordName) override;
   void putRecord(const std::string& owner, const std::string& zoneName, const CloudRecord& record,
                  std::int64_t sequence, const std::vector<std::string>& deleteSelfTargets) override;
   std::optional<CloudRecord> recordVersion(const std::string& owner, const std::string& zoneName,
@@ -247,8 +286,6 @@ private:
   std::int64_t zoneID(const std::string& owner, const std::string& zoneName);
   void dropDeleteSelfTargets(const std::string& owner, const std::string& zoneName,
                              const std::string& recordName);
-  CloudRecord decode(std::string_view bytes, const std::string& zoneName,
-                     const std::string& recordName) const;
 
   std::filesystem::path file_;
   DatabaseHandle database_;
@@ -264,6 +301,7 @@ private:
 
 SQLiteCloudStorage::Connection::Connection(std::filesystem::path file, std::chrono::milliseconds busyTimeout)
     : file_(std::move(file)) {
+  makePrivate(file_);
   sqlite3* opened = nullptr;
   // No SQLite mutex: the storage's own mutex already keeps threads from using the connection at once.
   const int result = sqlite3_open_v2(
@@ -272,6 +310,11 @@ SQLiteCloudStorage::Connection::Connection(std::filesystem::path file, std::chro
   database_.reset(opened);
   if (result != SQLITE_OK) {
     throw sqliteError(file_, opened, result);
+  }
+  // SQLite falls back to reading only when it may not write (a read-only mount, a file of another user);
+  // every transaction here takes the write lock, so such a file would fail later and less clearly.
+  if (sqlite3_db_readonly(opened, "main") != 0) {
+    throw storageError(file_, CloudErrorCode::badDatabase, "the file cannot be written");
   }
   sqlite3_busy_timeout(opened, static_cast<int>(std::clamp<std::chrono::milliseconds::rep>(
                                    busyTimeout.count(), 0, std::numeric_limits<int>::max())));
@@ -380,17 +423,6 @@ void SQLiteCloudStorage::Connection::migrate() {
   } catch (...) {
     rollback();
     throw;
-  }
-}
-
-CloudRecord SQLiteCloudStorage::Connection::decode(std::string_view bytes, const std::string& zoneName,
-                                                   const std::string& recordName) const {
-  try {
-    return unarchiveWholeCKRecord(bytes);
-  } catch (const CloudKitRecordError& error) {
-    throw storageError(file_, CloudErrorCode::badDatabase,
-                       "record '" + recordName + "' in zone '" + zoneName +
-                           "' cannot be read: " + error.what());
   }
 }
 
@@ -512,15 +544,20 @@ std::vector<CloudStoredZoneDeletion> SQLiteCloudStorage::Connection::zoneDeletio
   return deletions;
 }
 
-std::optional<CloudRecord> SQLiteCloudStorage::Connection::record(const std::string& owner,
-                                                                  const std::string& zoneName,
-                                                                  const std::string& recordName) {
-  auto select = query("SELECT data FROM entries WHERE zone_id = ?1 AND name = ?2");
+std::optional<CloudStoredRecord> SQLiteCloudStorage::Connection::record(const std::string& owner,
+                                                                        const std::string& zoneName,
+                                                                        const std::string& recordName) {
+  auto select = query("SELECT type, tag, data FROM entries WHERE zone_id = ?1 AND name = ?2");
   select.bind(zoneID(owner, zoneName), recordName);
-  if (!select.step() || select.isNull(0)) {
+  if (!select.step() || select.isNull(2)) {
     return std::nullopt;
   }
-  return decode(select.bytes(0), zoneName, recordName);
+  CloudStoredRecord stored{.recordType = select.text(0)};
+  if (!select.isNull(1)) {
+    stored.changeTag = select.text(1);
+  }
+  readRecord(stored, select.bytes(2));
+  return stored;
 }
 
 void SQLiteCloudStorage::Connection::putRecord(const std::string& owner, const std::string& zoneName,
@@ -568,7 +605,9 @@ std::optional<CloudRecord> SQLiteCloudStorage::Connection::recordVersion(const s
   if (!select.step()) {
     return std::nullopt;
   }
-  return decode(select.bytes(0), zoneName, recordName);
+  CloudStoredRecord version;
+  readRecord(version, select.bytes(0));
+  return std::move(version.record);
 }
 
 void SQLiteCloudStorage::Connection::removeRecord(const std::string& owner, const std::string& zoneName,
@@ -611,7 +650,7 @@ std::vector<CloudStoredChange> SQLiteCloudStorage::Connection::changesSince(cons
     change.recordName = select.text(1);
     change.recordType = select.text(2);
     if (!select.isNull(3)) {
-      change.record = decode(select.bytes(3), zoneName, change.recordName);
+      readRecord(change, select.bytes(3));
     }
   }
   return changes;

@@ -12,12 +12,17 @@ namespace vantrel {
 
 /// The server's zones and records in one SQLite file, which several processes and profiles may share.
 ///
-/// Records are kept as the bytes of CloudRecord::wholeRecordData(). A transaction takes the file's write
-/// lock as it begins, so a read-check-write cannot interleave with another writer's, in this process or
-/// another. Failures of the storage are thrown as CloudError: zoneBusy when another writer kept the lock
-/// past the busy timeout, badDatabase for anything else (a file that cannot be opened, is not a database,
-/// is damaged, was written by a newer schema, or holds bytes that do not read back as a record); each
-/// description names the file.
+/// Records are kept as the bytes of CloudRecord::wholeRecordData(), with their type and change tag in
+/// columns of their own, so those are known even when the bytes no longer read back as a record (which is
+/// reported with the record, not thrown). A transaction takes the file's write lock as it begins, so a
+/// read-check-write cannot interleave with another writer's, in this process or another. Failures of the
+/// storage are thrown as CloudError, from the constructor too: zoneBusy when another writer kept the lock
+/// past the busy timeout, which is worth retrying; badDatabase for anything else (a file that cannot be
+/// created, opened or written, is not a database, is damaged, or was written by a newer schema), on which
+/// a caller can only go on without the cloud; each description names the file.
+///
+/// The file, and the -wal, -shm and -journal files beside it, are private to the user (0600) whatever the
+/// umask; one of ours that an older version left open to others is made private on opening.
 class SQLiteCloudStorage final : public CloudStorage {
 public:
   /// Opens `file`, creating it and its tables when missing; its folder must exist. `busyTimeout` is how

@@ -1,5 +1,6 @@
 #include "VantrelCore/Sync/CloudRecordArchive.hpp"
 
+#include "VantrelCore/Platform/UTF8.hpp"
 #include "VantrelCore/Sync/CloudKitRecordError.hpp"
 
 #include <bit>
@@ -9,6 +10,10 @@
 // The bytes: "VCR", a format version, 'S' (bookkeeping only) or 'W' (whole record), then the type, the ID
 // and the bookkeeping; a whole record adds its parent and its values. Integers and doubles are
 // little-endian, strings carry a 32-bit length. Nothing may follow the last value.
+//
+// Every record from the cloud is read here, so this is where text that is not UTF-8 is repaired with
+// U+FFFD, whoever wrote it. The record's own ID is the exception: repaired, it would name another record,
+// so bytes whose ID is not UTF-8 do not hold a record at all.
 
 namespace vantrel {
 namespace {
@@ -67,6 +72,15 @@ public:
   std::int64_t i64() { return rawValue<std::int64_t>(); }
   double f64() { return rawValue<double>(); }
   std::string string() { return std::string(take(u32())); }
+  std::string text() { return repairedUTF8(take(u32())); }
+  /// A piece of the record's own ID.
+  std::string name() {
+    const auto bytes = take(u32());
+    if (!isValidUTF8(bytes)) {
+      fail();
+    }
+    return std::string(bytes);
+  }
   bool flag() {
     const auto value = byte();
     if (value > 1) {
@@ -74,15 +88,19 @@ public:
     }
     return value == 1;
   }
-  CloudRecordID recordID() {
+  CloudRecordID ownRecordID() {
     CloudRecordID id;
-    id.recordName = string();
-    id.zoneID.zoneName = string();
-    id.zoneID.ownerName = string();
+    id.recordName = name();
+    id.zoneID.zoneName = name();
+    id.zoneID.ownerName = name();
     return id;
   }
   CloudReference reference() {
-    auto id = recordID();
+    // A target that is not UTF-8 names no record that can exist, repaired or not: it dangles either way.
+    CloudRecordID id;
+    id.recordName = text();
+    id.zoneID.zoneName = text();
+    id.zoneID.ownerName = text();
     return {std::move(id), flag() ? CloudReference::Action::deleteSelf : CloudReference::Action::none};
   }
   template <class Read> auto optional(Read read) -> std::optional<decltype(read())> {
@@ -160,7 +178,7 @@ void writeValue(Writer& out, const CloudValue& value) {
 CloudValue readValue(Reader& in) {
   switch (in.byte()) {
   case 0:
-    return in.string();
+    return in.text();
   case 1:
     return in.i64();
   case 2:
@@ -170,7 +188,7 @@ CloudValue readValue(Reader& in) {
   case 4:
     return in.reference();
   case 5:
-    return in.list([&] { return in.string(); });
+    return in.list([&] { return in.text(); });
   case 6:
     return in.list([&] { return in.i64(); });
   case 7:
@@ -220,11 +238,11 @@ CloudRecord unarchive(std::string_view data, char content) {
   if (in.byte() != formatVersion || in.byte() != std::uint8_t(content)) {
     Reader::fail();
   }
-  auto recordType = in.string();
-  auto recordID = in.recordID();
+  auto recordType = in.text();
+  auto recordID = in.ownRecordID();
   CloudRecord record(std::move(recordType), std::move(recordID));
   CloudRecordSystemFields system;
-  const auto readString = [&] { return in.string(); };
+  const auto readString = [&] { return in.text(); };
   const auto readDate = [&] { return Date{in.f64()}; };
   system.changeTag = in.optional(readString);
   system.creationDate = in.optional(readDate);

@@ -36,17 +36,29 @@ struct CloudStoredZoneDeletion {
   friend bool operator==(const CloudStoredZoneDeletion&, const CloudStoredZoneDeletion&) = default;
 };
 
-/// A record's latest state in a zone's change feed: the record, or nothing when it was deleted.
+/// A record's latest state in a zone's change feed: the record, or nothing when it was deleted or its
+/// bytes no longer read back as a record (then `unreadable` says why).
 struct CloudStoredChange {
   std::int64_t sequence = 0;
   std::string recordName{};
   std::string recordType{};
   std::optional<CloudRecord> record{};
+  std::optional<std::string> unreadable{};
+};
+
+/// A record's current version. Its type and change tag are kept beside its bytes, so they are known even
+/// when the bytes no longer read back as a record: then `record` is empty and `unreadable` says why.
+struct CloudStoredRecord {
+  std::string recordType{};
+  std::optional<std::string> changeTag{};
+  std::optional<CloudRecord> record{};
+  std::optional<std::string> unreadable{};
 };
 
 /// The reads and writes of one transaction on the server's storage. Every call is about the data of one
 /// owner (a user record name); `zoneName` names one of that owner's zones, which the caller has checked
-/// exists. Failures of the storage itself are thrown as CloudError (badDatabase, zoneBusy, ...).
+/// exists. Failures of the storage itself are thrown as CloudError (badDatabase, zoneBusy, ...); a record
+/// whose bytes do not read back is not one of them: it is reported as data, so that it holds back no other.
 class CloudStorageTransaction {
 public:
   virtual ~CloudStorageTransaction() = default;
@@ -70,13 +82,14 @@ public:
                                                              std::int64_t since) = 0;
 
   /// The current version of a record; nothing when it does not exist or was deleted.
-  virtual std::optional<CloudRecord> record(const std::string& owner, const std::string& zoneName,
-                                            const std::string& recordName) = 0;
+  virtual std::optional<CloudStoredRecord> record(const std::string& owner, const std::string& zoneName,
+                                                  const std::string& recordName) = 0;
   /// Makes `record` the current version (also of a record deleted before) at `sequence`, keeps it under
   /// its change tag as one of the record's recent versions, and replaces the record's deleteSelf targets.
   virtual void putRecord(const std::string& owner, const std::string& zoneName, const CloudRecord& record,
                          std::int64_t sequence, const std::vector<std::string>& deleteSelfTargets) = 0;
-  /// One of the record's recent versions, by its change tag; nothing once it has been pruned.
+  /// One of the record's recent versions, by its change tag; nothing once it has been pruned, or when its
+  /// bytes no longer read back (a version only ever serves as a conflict's ancestor, which may be absent).
   virtual std::optional<CloudRecord> recordVersion(const std::string& owner, const std::string& zoneName,
                                                    const std::string& recordName,
                                                    const std::string& changeTag) = 0;

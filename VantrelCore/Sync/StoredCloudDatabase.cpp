@@ -1,6 +1,8 @@
 #include "VantrelCore/Sync/StoredCloudDatabase.hpp"
 
 #include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
+#include "VantrelCore/Platform/UTF8.hpp"
+#include "VantrelCore/Sync/CloudRecordArchive.hpp"
 
 #include <algorithm>
 #include <cctype>
@@ -28,6 +30,63 @@ std::string newUserRecordName() {
     }
   }
   return name;
+}
+
+/// The number after `number`. A counter reaches the largest number only in a damaged or forged file, never
+/// by use, so that is what the call fails with (before anything is written), rather than wrapping around
+/// into numbers already issued.
+std::int64_t following(std::int64_t number, const std::string& counter) {
+  if (number == std::numeric_limits<std::int64_t>::max()) {
+    throw CloudError(CloudErrorCode::badDatabase,
+                     "The " + counter + " is at its largest value; no further change can be numbered.");
+  }
+  return number + 1;
+}
+
+std::int64_t storedNumber(const std::optional<std::string>& text, const std::string& counter) {
+  std::int64_t number = 0;
+  if (text) {
+    const auto [end, error] = std::from_chars(text->data(), text->data() + text->size(), number);
+    if (error != std::errc() || end != text->data() + text->size() || number < 0) {
+      throw CloudError(CloudErrorCode::badDatabase, "The stored " + counter + " is not a count.");
+    }
+  }
+  return number;
+}
+
+std::string databaseCounter() {
+  return "change sequence of the account's database";
+}
+
+std::string zoneCounter(const std::string& zoneName) {
+  return "change sequence of zone " + zoneName;
+}
+
+/// Why a stored record cannot be served, or nothing when it can: its name or type is not text, its bytes
+/// did not read back, or they read back as another record than the one kept under that name and type.
+std::optional<std::string> unreadableReason(const std::string& recordName, const std::string& recordType,
+                                            const std::optional<CloudRecord>& record,
+                                            const std::optional<std::string>& unreadable,
+                                            const std::string& zoneName) {
+  if (!isValidUTF8(recordName)) {
+    return "its name is not UTF-8 text";
+  }
+  if (!isValidUTF8(recordType)) {
+    return "its type is not UTF-8 text";
+  }
+  if (unreadable) {
+    return unreadable;
+  }
+  if (record && (record->recordID().recordName != recordName ||
+                 record->recordID().zoneID.zoneName != zoneName || record->recordType() != recordType)) {
+    return "its bytes hold the " + record->recordType() + " " + record->recordID().recordName + " of zone " +
+           record->recordID().zoneID.zoneName;
+  }
+  return std::nullopt;
+}
+
+std::string unreadableText(const std::string& recordName, const std::string& reason) {
+  return "The record " + repairedUTF8(recordName) + " cannot be read: " + reason;
 }
 
 std::string changeTag(std::int64_t generation, std::int64_t sequence) {
@@ -167,8 +226,11 @@ public:
     bool changed = false;
     for (const auto index : saves_) {
       if (auto* record = std::get_if<CloudRecord>(&*saveOutcomes[index])) {
-        stamp(*record, ++zone->sequence, zone->generation);
+        zone->sequence = following(zone->sequence, zoneCounter(zoneName_));
+        stamp(*record, zone->sequence, zone->generation);
         storage_.putRecord(owner, zoneName_, *record, zone->sequence, deleteSelfTargets(*record));
+        // The answer is the record as any later read gets it, its text repaired where it was not UTF-8.
+        *record = unarchiveWholeCKRecord(record->wholeRecordData());
         changed = true;
       }
     }
@@ -178,16 +240,24 @@ public:
       }
     }
     if (changed) {
-      zone->databaseSequence = storage_.databaseSequence(owner) + 1;
+      zone->databaseSequence = following(storage_.databaseSequence(owner), databaseCounter());
       storage_.setDatabaseSequence(owner, zone->databaseSequence);
       storage_.putZone(owner, zoneName_, *zone);
     }
   }
 
 private:
-  /// The record the save would leave on the server, or why it may not.
+  /// The record the save would leave on the server, or why it may not. Over a server record that cannot be
+  /// read, only a save that needs none of its values goes through, and replaces it.
   SaveOutcome check(CloudSavePolicy policy, const CloudRecord& client) {
-    const std::string& name = client.recordID().recordName;
+    const CloudRecordID& id = client.recordID();
+    const std::string& name = id.recordName;
+    if (!isValidUTF8(name) || !isValidUTF8(id.zoneID.zoneName) || !isValidUTF8(id.zoneID.ownerName) ||
+        !isValidUTF8(client.recordType())) {
+      // It could never be read back as sent: a reader repairs text, and a repaired ID names another record.
+      return CloudError(CloudErrorCode::invalidArguments,
+                        "The record " + repairedUTF8(name) + " has an ID or a type that is not UTF-8 text.");
+    }
     const auto server = storage_.record(database_.user_, zoneName_, name);
     const auto& clientTag = client.systemFields().changeTag;
     if (!server) {
@@ -196,24 +266,35 @@ private:
       }
       return recordWithValuesOf(client);
     }
-    if (server->recordType() != client.recordType()) {
+    const auto unreadable =
+        unreadableReason(name, server->recordType, server->record, server->unreadable, zoneName_);
+    if (server->recordType != client.recordType() && isValidUTF8(server->recordType)) {
       return CloudError(CloudErrorCode::invalidArguments, "The record " + name + " is a " +
-                                                              server->recordType() + ", not a " +
+                                                              server->recordType + ", not a " +
                                                               client.recordType() + ".");
     }
-    if (policy == CloudSavePolicy::ifServerRecordUnchanged && clientTag != server->systemFields().changeTag) {
+    if (unreadable) {
+      if (policy == CloudSavePolicy::allKeys || (policy == CloudSavePolicy::ifServerRecordUnchanged &&
+                                                 clientTag && clientTag == server->changeTag)) {
+        return recordWithValuesOf(client);
+      }
+      return CloudError(CloudErrorCode::badDatabase,
+                        unreadableText(name, *unreadable) +
+                            ". Only a save with its current change tag, or of all its keys, replaces it.");
+    }
+    if (policy == CloudSavePolicy::ifServerRecordUnchanged && clientTag != server->changeTag) {
       std::optional<CloudRecord> ancestor;
       if (clientTag) {
         ancestor = storage_.recordVersion(database_.user_, zoneName_, name, *clientTag);
       }
-      return CloudError::serverRecordChanged(*server, client, std::move(ancestor));
+      return CloudError::serverRecordChanged(*server->record, client, std::move(ancestor));
     }
     if (policy == CloudSavePolicy::allKeys) {
       CloudRecord replaced = recordWithValuesOf(client);
-      replaced.setSystemFields(server->systemFields());
+      replaced.setSystemFields(server->record->systemFields());
       return replaced;
     }
-    CloudRecord merged = *server;
+    CloudRecord merged = *server->record;
     for (const auto& key : client.changedKeys()) {
       if (const CloudValue* value = client.value(key)) {
         merged.setValue(key, *value);
@@ -248,12 +329,14 @@ private:
     while (!pending.empty()) {
       const std::string name = std::move(pending.back());
       pending.pop_back();
-      const auto record = storage_.record(database_.user_, zoneName_, name);
-      if (!record) {
+      // An unreadable record goes like any other: its type is kept beside its bytes.
+      const auto stored = storage_.record(database_.user_, zoneName_, name);
+      if (!stored) {
         continue;
       }
       auto dependents = storage_.deleteSelfReferrers(database_.user_, zoneName_, name);
-      storage_.removeRecord(database_.user_, zoneName_, name, record->recordType(), ++zone.sequence);
+      zone.sequence = following(zone.sequence, zoneCounter(zoneName_));
+      storage_.removeRecord(database_.user_, zoneName_, name, stored->recordType, zone.sequence);
       pending.insert(pending.end(), std::make_move_iterator(dependents.begin()),
                      std::make_move_iterator(dependents.end()));
       changed = true;
@@ -368,9 +451,11 @@ void StoredCloudDatabase::saveRecordZone(CloudDatabaseScope scope, const CloudRe
     if (storage.zone(user_, name)) {
       return;
     }
-    const std::int64_t generation = std::stoll(storage.value(generationKey).value_or("0")) + 1;
+    const std::string generationCounter = "zone generation counter";
+    const std::int64_t generation =
+        following(storedNumber(storage.value(generationKey), generationCounter), generationCounter);
     storage.setValue(generationKey, std::to_string(generation));
-    const std::int64_t databaseSequence = storage.databaseSequence(user_) + 1;
+    const std::int64_t databaseSequence = following(storage.databaseSequence(user_), databaseCounter());
     storage.setDatabaseSequence(user_, databaseSequence);
     storage.putZone(user_, name,
                     CloudStoredZone{.generation = generation, .databaseSequence = databaseSequence});
@@ -389,7 +474,7 @@ void StoredCloudDatabase::removeZone(const CloudRecordZoneID& zoneID, CloudZoneD
     if (!storage.zone(user_, name)) {
       throw CloudError(CloudErrorCode::zoneNotFound, "The zone " + name + " does not exist.");
     }
-    const std::int64_t databaseSequence = storage.databaseSequence(user_) + 1;
+    const std::int64_t databaseSequence = following(storage.databaseSequence(user_), databaseCounter());
     storage.setDatabaseSequence(user_, databaseSequence);
     storage.deleteZone(user_, CloudStoredZoneDeletion{name, reason, databaseSequence});
   });
@@ -398,17 +483,21 @@ void StoredCloudDatabase::removeZone(const CloudRecordZoneID& zoneID, CloudZoneD
 CloudRecord StoredCloudDatabase::fetchRecord(CloudDatabaseScope scope, const CloudRecordID& recordID) {
   requireAccount();
   const std::string zoneName = privateZoneName(scope, recordID.zoneID);
-  std::optional<CloudRecord> record;
+  std::optional<CloudStoredRecord> stored;
   storage_.transact([&](CloudStorageTransaction& storage) {
     if (!storage.zone(user_, zoneName)) {
       throw missingZoneError(storage, zoneName);
     }
-    record = storage.record(user_, zoneName, recordID.recordName);
+    stored = storage.record(user_, zoneName, recordID.recordName);
   });
-  if (!record) {
+  if (!stored) {
     throw CloudError(CloudErrorCode::unknownItem, "The record " + recordID.recordName + " does not exist.");
   }
-  return std::move(*record);
+  if (const auto unreadable = unreadableReason(recordID.recordName, stored->recordType, stored->record,
+                                               stored->unreadable, zoneName)) {
+    throw CloudError(CloudErrorCode::badDatabase, unreadableText(recordID.recordName, *unreadable));
+  }
+  return std::move(*stored->record);
 }
 
 CloudModifyResult StoredCloudDatabase::modifyRecords(CloudDatabaseScope scope,
@@ -522,7 +611,15 @@ CloudZoneChanges StoredCloudDatabase::fetchZoneChanges(CloudDatabaseScope scope,
       stored.resize(limit);
     }
     for (auto& change : stored) {
-      if (change.record) {
+      if (const auto unreadable = unreadableReason(change.recordName, change.recordType, change.record,
+                                                   change.unreadable, zoneName)) {
+        // Named as far as it can be: a name that is not text is shown repaired, a type that is not is
+        // unknown.
+        changes.unreadableRecords.push_back(CloudUnreadableRecord{
+            CloudRecordID{repairedUTF8(change.recordName), CloudRecordZoneID{zoneName}},
+            isValidUTF8(change.recordType) ? std::optional(change.recordType) : std::nullopt,
+            unreadableText(change.recordName, *unreadable)});
+      } else if (change.record) {
         changes.modifiedRecords.push_back(std::move(*change.record));
       } else {
         changes.deletedRecords.push_back(CloudDeletedRecord{

@@ -17,6 +17,20 @@ namespace vantrel {
 /// even in a zone deleted and made again. Tokens carry the same two numbers: a token from an older
 /// generation, or from before the oldest change still served, is expired.
 ///
+/// One record that cannot be read back (bytes that do not decode, or that hold another record than the one
+/// stored under that name) holds back no other. A zone fetch reports it among `unreadableRecords` and
+/// moves its token past it; fetching it alone fails with badDatabase. In a modify, a save over it that
+/// would need its values (to merge them, or to show them in a conflict) fails with badDatabase naming
+/// it, and only that item, unless atomic; a save with its current change tag (the client saw the latest
+/// version, so its values are the latest) or of all keys needs none of them and replaces it with the
+/// client's values and fresh bookkeeping; a delete removes it. Both repair it.
+///
+/// Text that is not UTF-8 comes back repaired (the archive does it for every reader); a save whose record
+/// ID or type is not UTF-8 is refused with invalidArguments, since it could not be read back as sent.
+///
+/// Counters (change sequences, zone generations) that would pass the largest 64-bit number fail the call
+/// with badDatabase and write nothing: use never gets there, only a damaged or forged file does.
+///
 /// Sharing is not built yet: the share calls fail with internalError saying so, and the shared database
 /// holds no zones.
 class StoredCloudDatabase : public CloudDatabase {

@@ -211,9 +211,11 @@ void SyncEngine::fetchZoneChanges(const CloudRecordZoneID& zoneID) {
         deliverStateUpdate();
         continue;
       }
-      if (!page.modifiedRecords.empty() || !page.deletedRecords.empty()) {
-        deliver(
-            FetchedRecordZoneChangesEvent{std::move(page.modifiedRecords), std::move(page.deletedRecords)});
+      // A page of unreadable records alone is delivered too: the delegate must hear of them, since the
+      // token that follows moves past them.
+      if (!page.modifiedRecords.empty() || !page.deletedRecords.empty() || !page.unreadableRecords.empty()) {
+        deliver(FetchedRecordZoneChangesEvent{std::move(page.modifiedRecords), std::move(page.deletedRecords),
+                                              std::move(page.unreadableRecords)});
       }
       state_.setZoneChangeToken(zoneID, page.changeToken);
       deliverStateUpdate();

@@ -51,7 +51,8 @@ public:
 
   /// Fetches every change since the last fetch. Throws CloudError when the fetch as a whole failed
   /// (after the delegate heard of it); what was fetched before the failure stays fetched. A switch to
-  /// another account is reported and ends the call; the next one fetches that account's data.
+  /// another account is reported and ends the call; the next one fetches that account's data. A record
+  /// the database cannot read fails nothing: it arrives among the event's `unreadableRecords`.
   void fetchChanges();
   /// Sends the pending changes; failures of single changes go to the delegate. Throws CloudError only
   /// when the account cannot be read or none is signed in.

@@ -40,6 +40,8 @@ struct FetchedDatabaseChangesEvent {
 struct FetchedRecordZoneChangesEvent {
   std::vector<CloudRecord> modifications{};
   std::vector<CloudDeletedRecord> deletions{};
+  /// Changed records the database could not read; the token has moved past them all the same.
+  std::vector<CloudUnreadableRecord> unreadableRecords{};
 };
 
 struct SentDatabaseChangesEvent {

@@ -12,6 +12,7 @@
 #include <sqlite3.h>
 #include <stdexcept>
 #include <string>
+#include <sys/stat.h>
 #include <thread>
 #include <tuple>
 #include <utility>
@@ -58,7 +59,7 @@ TEST_F(SQLiteCloudStorageTest, EverythingWrittenReadsBackThroughAnotherObject) {
   const CloudReference parent{CloudRecordID{"p-1", zoneID}, CloudReference::Action::none};
   const CloudReference owner{CloudRecordID{"p-2", zoneID}, CloudReference::Action::deleteSelf};
   CloudRecord record("Task", CloudRecordID{"t-1", zoneID});
-  record.setValue("text", std::string("Grüße \"q\"\n") + '\0' + "\xff");
+  record.setValue("text", std::string("Grüße \"q\"\n") + '\0' + "\xF0\x9F\x93\x85");
   record.setValue("number", std::int64_t{-9'000'000'000'000'000'000});
   record.setValue("flag", true);
   record.setValue("when", Date{784108800.123456789});
@@ -84,7 +85,7 @@ TEST_F(SQLiteCloudStorageTest, EverythingWrittenReadsBackThroughAnotherObject) {
     storage.putZone(alice, "a", {5, 6, 7, 8});
   });
   reader.transact([&](Transaction& storage) {
-    EXPECT_EQ(storage.record(alice, zone, "t-1"), record);
+    EXPECT_EQ(storage.record(alice, zone, "t-1")->record, record);
     EXPECT_EQ(storage.recordVersion(alice, zone, "t-1", "3-7"), record);
     const auto changes = storage.changesSince(alice, zone, 0, 10);
     ASSERT_EQ(changes.size(), 1U);
@@ -124,7 +125,7 @@ TEST_F(SQLiteCloudStorageTest, VersionsAreKeptUpToTheLimitAndDroppedWithTheRecor
     EXPECT_EQ(storage.recordVersion(alice, zone, "t-1", "v" + std::to_string(saved)), std::nullopt);
     EXPECT_EQ(titleOf(storage.recordVersion(alice, zone, "other", "v1")), "other");
     storage.putRecord(alice, zone, task("t-1", "v99", "back"), 21, {});
-    EXPECT_EQ(titleOf(storage.record(alice, zone, "t-1")), "back");
+    EXPECT_EQ(titleOf(storage.record(alice, zone, "t-1")->record), "back");
   });
 }
 
@@ -215,6 +216,32 @@ TEST_F(SQLiteCloudStorageTest, AWriterWaitingPastTheBusyTimeoutFailsAsZoneBusy) 
   impatient.transact([](Transaction& storage) { storage.setValue("k", "v"); }); // nothing was left open
 }
 
+// Whatever the umask, and also for a file an older version left readable to others.
+TEST_F(SQLiteCloudStorageTest, TheFileAndEverythingBesideItArePrivate) {
+  const std::pair<mode_t, bool> cases[] = {{022, false}, {0277, false}, {022, true}};
+  for (const auto& [mask, leftOpen] : cases) {
+    SCOPED_TRACE(std::to_string(mask) + (leftOpen ? ", left open" : ""));
+    std::filesystem::remove(file_);
+    if (leftOpen) {
+      std::ofstream{file_};
+      std::filesystem::permissions(file_, std::filesystem::perms(0644));
+    }
+    const mode_t previous = ::umask(mask);
+    std::optional<SQLiteCloudStorage> storage;
+    EXPECT_NO_THROW(storage.emplace(file_));
+    ::umask(previous);
+    ASSERT_TRUE(storage);
+    storage->transact([&](Transaction& open) {
+      open.setValue("k", "v");
+      for (const char* suffix : {"", "-wal", "-shm"}) {
+        EXPECT_EQ(std::filesystem::status(file_.string() + suffix).permissions(),
+                  std::filesystem::perms::owner_read | std::filesystem::perms::owner_write)
+            << suffix;
+      }
+    });
+  }
+}
+
 TEST_F(SQLiteCloudStorageTest, UnreadableFilesFailAsBadDatabaseNamingTheFile) {
   const auto tamper = [&](const char* sql) {
     sqlite3* database = nullptr;
@@ -225,12 +252,18 @@ TEST_F(SQLiteCloudStorageTest, UnreadableFilesFailAsBadDatabaseNamingTheFile) {
   const std::pair<std::string, std::function<void()>> damages[] = {
       {"not a database", [&] { std::ofstream(file_) << std::string(8192, 'Z'); }},
       {"newer schema", [&] { tamper("PRAGMA user_version = 99"); }},
-      {"undecodable record", [&] { tamper("UPDATE entries SET data = x'00ff00'"); }},
+      {"schema version lost", [&] { tamper("PRAGMA user_version = 0"); }},
+      {"table dropped", [&] { tamper("DROP TABLE zone_deletions"); }},
       {"unknown deletion reason", [&] { tamper("UPDATE zone_deletions SET reason = 9"); }},
+      {"a folder in its place",
+       [&] {
+         std::filesystem::remove(file_);
+         std::filesystem::create_directory(file_);
+       }},
   };
   for (const auto& [name, damage] : damages) {
     SCOPED_TRACE(name);
-    std::filesystem::remove(file_);
+    std::filesystem::remove_all(file_);
     transact([](Transaction& storage) {
       storage.putZone(alice, zone, {});
       storage.putRecord(alice, zone, task("r", "1"), 1, {});

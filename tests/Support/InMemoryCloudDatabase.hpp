@@ -8,6 +8,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace vantrel::testing {
 
@@ -39,6 +40,11 @@ public:
   /// Deletes the zone as the user or the account would, not the app.
   void removeZone(const CloudRecordZoneID& zoneID, CloudZoneDeletionReason reason);
   void expireChangeTokens() { storage_->expireChangeTokens(); }
+  /// Replaces the stored bytes of a record of this account's private database, as a damaged disk would.
+  void replaceRecordData(const CloudRecordID& recordID, std::string data) {
+    storage_->replaceRecordData(userRecordName(), recordID.zoneID.zoneName, recordID.recordName,
+                                std::move(data));
+  }
   int modifyCallCount() const { return modifyCalls_; }
 
   CloudAccountStatus accountStatus() override { return database_.accountStatus(); }

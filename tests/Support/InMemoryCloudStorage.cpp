@@ -1,9 +1,25 @@
 #include "tests/Support/InMemoryCloudStorage.hpp"
 
+#include "VantrelCore/Sync/CloudKitRecordError.hpp"
+#include "VantrelCore/Sync/CloudRecordArchive.hpp"
+
 #include <algorithm>
+#include <stdexcept>
 #include <utility>
 
 namespace vantrel::testing {
+namespace {
+
+/// The record the bytes hold, in `stored.record`, or why they hold none, in `stored.unreadable`.
+template <class Stored> void readRecord(Stored& stored, const std::string& data) {
+  try {
+    stored.record = unarchiveWholeCKRecord(data);
+  } catch (const CloudKitRecordError& error) {
+    stored.unreadable = error.what();
+  }
+}
+
+} // namespace
 
 class InMemoryCloudStorage::Transaction : public CloudStorageTransaction {
 public:
@@ -49,19 +65,24 @@ public:
     return deletions;
   }
 
-  std::optional<CloudRecord> record(const std::string& owner, const std::string& zoneName,
-                                    const std::string& recordName) override {
+  std::optional<CloudStoredRecord> record(const std::string& owner, const std::string& zoneName,
+                                          const std::string& recordName) override {
     const auto* found = entry(owner, zoneName, recordName);
-    return found ? found->record : std::nullopt;
+    if (!found || !found->current) {
+      return std::nullopt;
+    }
+    CloudStoredRecord stored{.recordType = found->recordType, .changeTag = found->current->changeTag};
+    readRecord(stored, found->current->data);
+    return stored;
   }
   void putRecord(const std::string& owner, const std::string& zoneName, const CloudRecord& record,
                  std::int64_t sequence, const std::vector<std::string>& deleteSelfTargets) override {
     Entry& stored = zoneEntries(owner, zoneName)[record.recordID().recordName];
     stored.recordType = record.recordType();
     stored.sequence = sequence;
-    stored.record = record;
+    stored.current = Version{record.systemFields().changeTag, record.wholeRecordData()};
     stored.deleteSelfTargets = deleteSelfTargets;
-    stored.versions.push_back(record);
+    stored.versions.push_back(*stored.current);
     if (stored.versions.size() > keptVersionsPerRecord) {
       stored.versions.erase(stored.versions.begin());
     }
@@ -73,10 +94,13 @@ public:
     if (!found) {
       return std::nullopt;
     }
-    const auto version = std::ranges::find_if(found->versions, [&](const CloudRecord& record) {
-      return record.systemFields().changeTag == changeTag;
-    });
-    return version == found->versions.end() ? std::nullopt : std::optional(*version);
+    const auto version = std::ranges::find(found->versions, std::optional(changeTag), &Version::changeTag);
+    if (version == found->versions.end()) {
+      return std::nullopt;
+    }
+    CloudStoredRecord stored;
+    readRecord(stored, version->data);
+    return std::move(stored.record);
   }
   void removeRecord(const std::string& owner, const std::string& zoneName, const std::string& recordName,
                     const std::string& recordType, std::int64_t sequence) override {
@@ -86,7 +110,7 @@ public:
                                                const std::string& target) override {
     std::vector<std::string> referrers;
     for (const auto& [name, stored] : zoneEntries(owner, zoneName)) {
-      if (stored.record &&
+      if (stored.current &&
           std::ranges::find(stored.deleteSelfTargets, target) != stored.deleteSelfTargets.end()) {
         referrers.push_back(name);
       }
@@ -98,12 +122,17 @@ public:
     std::vector<CloudStoredChange> changes;
     for (const auto& [name, stored] : zoneEntries(owner, zoneName)) {
       if (stored.sequence > since) {
-        changes.push_back(CloudStoredChange{stored.sequence, name, stored.recordType, stored.record});
+        changes.push_back(CloudStoredChange{stored.sequence, name, stored.recordType});
       }
     }
     std::ranges::sort(changes, {}, &CloudStoredChange::sequence);
     if (changes.size() > limit) {
       changes.resize(limit);
+    }
+    for (auto& change : changes) {
+      if (const auto& current = entry(owner, zoneName, change.recordName)->current) {
+        readRecord(change, current->data);
+      }
     }
     return changes;
   }
@@ -127,6 +156,17 @@ void InMemoryCloudStorage::transact(const std::function<void(CloudStorageTransac
   Transaction transaction(draft);
   work(transaction);
   state_ = std::move(draft);
+}
+
+void InMemoryCloudStorage::replaceRecordData(const std::string& owner, const std::string& zoneName,
+                                             const std::string& recordName, std::string data) {
+  const std::lock_guard lock(mutex_);
+  auto& entries = state_.owners.at(owner).zones.at(zoneName).entries;
+  const auto found = entries.find(recordName);
+  if (found == entries.end() || !found->second.current) {
+    throw std::logic_error("InMemoryCloudStorage: no current record " + recordName + " to replace");
+  }
+  found->second.current->data = std::move(data);
 }
 
 void InMemoryCloudStorage::expireChangeTokens() {

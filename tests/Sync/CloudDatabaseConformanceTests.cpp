@@ -7,8 +7,11 @@
 #include <algorithm>
 #include <functional>
 #include <gtest/gtest.h>
+#include <limits>
 #include <memory>
 #include <set>
+#include <sqlite3.h>
+#include <tuple>
 #include <variant>
 
 namespace vantrel {
@@ -17,13 +20,31 @@ namespace {
 constexpr auto privateScope = CloudDatabaseScope::privateDatabase;
 using Policy = CloudSavePolicy;
 
-/// One storage the cloud database's rules run on; `openAgain` gives what a second process would use.
+/// One storage the cloud database's rules run on; `openAgain` gives what a second process would use, and
+/// `damage` overwrites the stored bytes of one of `owner`'s records behind the storage's back.
 struct Backend {
   const char* name;
   std::function<std::shared_ptr<CloudStorage>(const std::filesystem::path&)> open;
   std::function<std::shared_ptr<CloudStorage>(const std::filesystem::path&, std::shared_ptr<CloudStorage>)>
       openAgain;
+  std::function<void(CloudStorage&, const std::filesystem::path&, const std::string& owner,
+                     const CloudRecordID&, const std::string& bytes)>
+      damage;
 };
+
+/// The tests keep one zone of one account, so a record's name finds its row.
+void damageRow(const std::filesystem::path& file, const std::string& recordName, const std::string& bytes) {
+  sqlite3* database = nullptr;
+  sqlite3_stmt* update = nullptr;
+  ASSERT_EQ(sqlite3_open(file.c_str(), &database), SQLITE_OK);
+  sqlite3_prepare_v2(database, "UPDATE entries SET data = ?1 WHERE name = ?2", -1, &update, nullptr);
+  sqlite3_bind_blob(update, 1, bytes.data(), int(bytes.size()), SQLITE_STATIC);
+  sqlite3_bind_text(update, 2, recordName.c_str(), -1, SQLITE_STATIC);
+  EXPECT_EQ(sqlite3_step(update), SQLITE_DONE);
+  EXPECT_EQ(sqlite3_changes(database), 1);
+  sqlite3_finalize(update);
+  sqlite3_close(database);
+}
 
 void PrintTo(const Backend& backend, std::ostream* stream) {
   *stream << backend.name;
@@ -31,9 +52,16 @@ void PrintTo(const Backend& backend, std::ostream* stream) {
 
 const Backend backends[] = {
     {"InMemory", [](const auto&) { return std::make_shared<testing::InMemoryCloudStorage>(); },
-     [](const auto&, auto same) { return same; }},
+     [](const auto&, auto same) { return same; },
+     [](CloudStorage& storage, const auto&, const auto& owner, const auto& id, const auto& bytes) {
+       dynamic_cast<testing::InMemoryCloudStorage&>(storage).replaceRecordData(owner, id.zoneID.zoneName,
+                                                                               id.recordName, bytes);
+     }},
     {"SQLite", [](const auto& file) { return std::make_shared<SQLiteCloudStorage>(file); },
-     [](const auto& file, auto) { return std::make_shared<SQLiteCloudStorage>(file); }},
+     [](const auto& file, auto) { return std::make_shared<SQLiteCloudStorage>(file); },
+     [](CloudStorage&, const auto& file, const auto&, const auto& id, const auto& bytes) {
+       damageRow(file, id.recordName, bytes);
+     }},
 };
 
 class CloudDatabaseConformance : public ::testing::TestWithParam<Backend> {
@@ -74,6 +102,9 @@ protected:
   }
   static std::string title(const CloudRecord& record) {
     return std::get<std::string>(*record.value("title"));
+  }
+  void damage(const std::string& name, const std::string& bytes) {
+    GetParam().damage(*storage_, file_, device_.userRecordName(), CloudRecordID{name, zone_}, bytes);
   }
 
   testing::TemporaryFolder folder_;
@@ -328,6 +359,138 @@ TEST_P(CloudDatabaseConformance, DevicesShareAnAccountAndAccountsAreApart) {
   device_.signOut();
   EXPECT_EQ(device_.accountStatus(), CloudAccountStatus::noAccount);
   EXPECT_EQ(thrownCode([&] { device_.fetchAllRecordZones(privateScope); }), CloudErrorCode::notAuthenticated);
+}
+
+// Bytes that do not decode, that hold another record, or whose record name is not UTF-8 (repaired, it
+// would name another record): each is reported by name and passed over, never thrown.
+TEST_P(CloudDatabaseConformance, AnUnreadableRecordIsReportedAndHoldsBackNoOther) {
+  for (const auto& bytes : {std::string("junk"), task("elsewhere", "x").wholeRecordData(),
+                            task("bad-\xff", "x").wholeRecordData()}) {
+    const auto token = device_.fetchZoneChanges(privateScope, zone_, std::nullopt, 0).changeToken;
+    device_.modifyRecords(privateScope, {.recordsToSave = {task("a", "x"), task("bad", "x"), task("c", "x")},
+                                         .savePolicy = Policy::allKeys});
+    damage("bad", bytes);
+    const auto first = device_.fetchZoneChanges(privateScope, zone_, token, 2);
+    const auto second = device_.fetchZoneChanges(privateScope, zone_, first.changeToken, 2);
+    ASSERT_EQ(first.modifiedRecords.size(), 1u);
+    ASSERT_EQ(second.modifiedRecords.size(), 1u);
+    EXPECT_EQ(second.modifiedRecords[0].recordID().recordName, "c");
+    EXPECT_FALSE(second.moreComing);
+    ASSERT_EQ(first.unreadableRecords.size(), 1u);
+    const auto& unreadable = first.unreadableRecords[0];
+    EXPECT_EQ(std::tie(unreadable.recordID, unreadable.recordType),
+              std::make_tuple(CloudRecordID{"bad", zone_}, std::optional<std::string>("Task")));
+    EXPECT_EQ(unreadable.error.rfind("The record bad cannot be read: ", 0), 0u) << unreadable.error;
+    EXPECT_EQ(thrownCode([&] {
+                device_.fetchRecord(privateScope, CloudRecordID{"bad", zone_});
+              }),
+              CloudErrorCode::badDatabase);
+  }
+}
+
+// Over an unreadable row, a save that would need the server's values fails alone; one with the current
+// change tag or of all keys, and a delete, go through and repair it.
+TEST_P(CloudDatabaseConformance, AnUnreadableRowFailsOnlyItsOwnItemsUntilReplaced) {
+  enum class Tag { none, stale, current };
+  const auto stale = saved(device_, task("bad", "v1"));
+  auto current = saved(device_, stale, Policy::allKeys);
+  const CloudErrorCode saves{};
+  const auto bad = CloudErrorCode::badDatabase;
+  const struct {
+    const char* label;
+    Policy policy;
+    Tag tag;
+    bool atomically;
+    CloudErrorCode badCode;
+    CloudErrorCode otherCode;
+  } cases[] = {
+      {"no tag", Policy::ifServerRecordUnchanged, Tag::none, false, bad, saves},
+      {"stale tag", Policy::ifServerRecordUnchanged, Tag::stale, false, bad, saves},
+      {"changed keys", Policy::changedKeys, Tag::none, false, bad, saves},
+      {"atomic", Policy::ifServerRecordUnchanged, Tag::none, true, bad, CloudErrorCode::batchRequestFailed},
+      {"current tag", Policy::ifServerRecordUnchanged, Tag::current, true, saves, saves},
+      {"all keys", Policy::allKeys, Tag::none, true, saves, saves},
+  };
+  for (const auto& [label, policy, tag, atomically, badCode, otherCode] : cases) {
+    SCOPED_TRACE(label);
+    damage("bad", "junk");
+    auto attempt = task("bad", label);
+    if (tag != Tag::none) {
+      attempt.setSystemFields((tag == Tag::stale ? stale : current).systemFields());
+    }
+    const auto result = device_.modifyRecords(
+        privateScope, {.recordsToSave = {attempt, task(std::string("other ") + label, "x")},
+                       .savePolicy = policy,
+                       .atomically = atomically});
+    EXPECT_EQ(codeOf(result.saveResults[0].second), badCode);
+    EXPECT_EQ(codeOf(result.saveResults[1].second), otherCode);
+    if (badCode == saves) {
+      current = std::get<CloudRecord>(result.saveResults[0].second);
+      EXPECT_EQ(title(device_.fetchRecord(privateScope, attempt.recordID())), label) << "repaired";
+    }
+  }
+  damage("bad", "junk");
+  EXPECT_FALSE(device_.modifyRecords(privateScope, {.recordIDsToDelete = {current.recordID()}})
+                   .deleteResults.at(0)
+                   .second);
+  EXPECT_EQ(thrownCode([&] { device_.fetchRecord(privateScope, current.recordID()); }),
+            CloudErrorCode::unknownItem);
+}
+
+// A counter at the largest number would wrap around into numbers already issued: the call fails instead
+// and writes nothing.
+TEST_P(CloudDatabaseConformance, ACounterAtItsLargestValueFailsTheChangeAndWritesNothing) {
+  const auto existing = saved(device_, task("t-1", "kept"));
+  const auto save = [&] { device_.modifyRecords(privateScope, {.recordsToSave = {task("t-2", "x")}}); };
+  const auto remove = [&] {
+    device_.modifyRecords(privateScope, {.recordIDsToDelete = {existing.recordID()}});
+  };
+  const auto addZone = [&] { device_.saveRecordZone(privateScope, CloudRecordZoneID{"Other"}); };
+  const std::pair<bool, std::function<void()>> cases[] = {
+      {true, save}, {true, remove}, {false, save}, {false, addZone}};
+  const std::string owner = device_.userRecordName();
+  for (const auto& [zoneSequence, change] : cases) {
+    CloudStoredZone zone;
+    std::int64_t databaseSequence = 0;
+    storage_->transact([&](CloudStorageTransaction& storage) {
+      zone = *storage.zone(owner, zone_.zoneName);
+      databaseSequence = storage.databaseSequence(owner);
+      auto atLimit = zone;
+      atLimit.sequence = std::numeric_limits<std::int64_t>::max();
+      storage.putZone(owner, zone_.zoneName, zoneSequence ? atLimit : zone);
+      storage.setDatabaseSequence(owner, zoneSequence ? databaseSequence : atLimit.sequence);
+    });
+    EXPECT_EQ(thrownCode(change), CloudErrorCode::badDatabase) << zoneSequence;
+    storage_->transact([&](CloudStorageTransaction& storage) {
+      storage.putZone(owner, zone_.zoneName, zone);
+      storage.setDatabaseSequence(owner, databaseSequence);
+    });
+  }
+  EXPECT_EQ(device_.fetchRecord(privateScope, existing.recordID()), existing);
+  EXPECT_EQ(thrownCode([&] {
+              device_.fetchRecord(privateScope, CloudRecordID{"t-2", zone_});
+            }),
+            CloudErrorCode::unknownItem);
+  EXPECT_EQ(device_.fetchAllRecordZones(privateScope), std::vector{zone_});
+}
+
+// Text that is not UTF-8 comes back repaired wherever a record is read; an ID that is not is refused.
+TEST_P(CloudDatabaseConformance, TextThatIsNotUTF8IsRepairedOnRead) {
+  const std::string fffd = "\xEF\xBF\xBD";
+  auto record = task("t-1", "ok \xff\xfe end");
+  record.setValue("tags", std::vector<std::string>{"caf\xc3", "fine"});
+  record.setValue("homeRef", CloudReference{CloudRecordID{"p-\xe2\x82", zone_}});
+  const auto token = device_.fetchZoneChanges(privateScope, zone_, std::nullopt, 0).changeToken;
+  const auto answer = saved(device_, record);
+  const auto changes = device_.fetchZoneChanges(privateScope, zone_, token, 0).modifiedRecords;
+  ASSERT_EQ(changes.size(), 1u);
+  for (const auto& read : {answer, device_.fetchRecord(privateScope, record.recordID()), changes[0]}) {
+    EXPECT_EQ(title(read), "ok " + fffd + fffd + " end");
+    EXPECT_EQ(std::get<std::vector<std::string>>(*read.value("tags")),
+              (std::vector<std::string>{"caf" + fffd, "fine"}));
+    EXPECT_EQ(std::get<CloudReference>(*read.value("homeRef")).recordID.recordName, "p-" + fffd);
+  }
+  EXPECT_EQ(codeOf(saveOne(device_, task("t-\xff", "x"))), CloudErrorCode::invalidArguments);
 }
 
 INSTANTIATE_TEST_SUITE_P(Backends, CloudDatabaseConformance, ::testing::ValuesIn(backends),

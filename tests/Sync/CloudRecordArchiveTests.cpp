@@ -1,6 +1,8 @@
+#include "VantrelCore/Platform/UTF8.hpp"
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 #include "VantrelCore/Sync/CloudKitRecordError.hpp"
 #include "VantrelCore/Sync/CloudRecordArchive.hpp"
+#include "tests/Support/HostileInputs.hpp"
 
 #include <gtest/gtest.h>
 
@@ -89,6 +91,33 @@ TEST(CloudRecordArchive, RefusesEveryByteStringItDidNotWrite) {
   auto badKind = bytes;
   badKind[keyAt + 1] = 9;
   EXPECT_THROW(unarchiveWholeCKRecord(badKind), CloudKitRecordError);
+}
+
+// Whatever a damaged disk or another writer leaves, reading either gives a record that names itself in
+// UTF-8 or fails as malformed; it never crashes or throws anything else.
+TEST(CloudRecordArchive, HostileVariantsOfRealRecordsReadOrFailAsMalformed) {
+  CloudRecord named("Task", CloudRecordID{"t-\xC3\xA9t\xC3\xA9", zone});
+  named.setValue("notes", std::vector<std::string>{"\xF0\x9F\x93\x85", ""});
+  std::size_t read = 0;
+  std::size_t refused = 0;
+  std::uint32_t seed = 1;
+  for (const auto& record : {savedTask(), named, CloudRecord("Project", CloudRecordID{"p-1", zone})}) {
+    for (const bool whole : {true, false}) {
+      const auto reader = whole ? unarchiveWholeCKRecord : unarchiveCKRecord;
+      for (const auto& bytes : testing::hostileVariants(
+               whole ? record.wholeRecordData() : record.systemFieldsData(), seed++, 400)) {
+        try {
+          EXPECT_TRUE(isValidUTF8(reader(bytes).recordID().recordName));
+          ++read;
+        } catch (const CloudKitRecordError& error) {
+          EXPECT_EQ(error.kind(), CloudKitRecordError::Kind::malformedSystemFields);
+          ++refused;
+        }
+      }
+    }
+  }
+  EXPECT_GT(read, 0u);
+  EXPECT_GT(refused, 0u);
 }
 
 TEST(CloudKitRecordError, TextsAreExact) {

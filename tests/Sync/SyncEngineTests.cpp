@@ -200,6 +200,40 @@ TEST_F(SyncEngineTest, AnExpiredTokenMeansFetchingEverythingAgain) {
   EXPECT_EQ(onLaptop_->contents().size(), 2u);
 }
 
+// The token moves past an unreadable record, so the event must carry it, also on a page of nothing else.
+TEST_F(SyncEngineTest, AnUnreadableRecordArrivesBesideTheOthersAndDoesNotStallTheZone) {
+  const struct {
+    std::vector<std::string> sent;
+    std::string damaged;
+    std::size_t arriving;
+  } fetches[] = {{{"t-1", "t-2", "t-3"}, "t-2", 2}, {{"t-4"}, "t-4", 0}};
+  for (const auto& [sent, damaged, arriving] : fetches) {
+    SCOPED_TRACE(damaged);
+    for (const auto& name : sent) {
+      onPhone_->edit(name, "title", name);
+    }
+    onPhone_->engine->sendChanges();
+    server_.replaceRecordData(id(damaged), "junk");
+    onLaptop_->events.clear();
+    onLaptop_->engine->fetchChanges();
+    std::vector<FetchedRecordZoneChangesEvent> fetched;
+    for (const auto& event : onLaptop_->events) {
+      if (const auto* changes = std::get_if<FetchedRecordZoneChangesEvent>(&event)) {
+        fetched.push_back(*changes);
+      }
+    }
+    ASSERT_EQ(fetched.size(), 1u);
+    EXPECT_EQ(fetched[0].modifications.size(), arriving);
+    ASSERT_EQ(fetched[0].unreadableRecords.size(), 1u);
+    EXPECT_EQ(fetched[0].unreadableRecords[0].recordID, id(damaged));
+    EXPECT_EQ(fetched[0].unreadableRecords[0].recordType, "Task");
+    EXPECT_EQ(
+        onLaptop_->engine->state().zoneChangeToken(zone),
+        laptop_.fetchZoneChanges(CloudDatabaseScope::privateDatabase, zone, std::nullopt, 0).changeToken);
+  }
+  EXPECT_EQ(onLaptop_->records.size(), 2u);
+}
+
 TEST_F(SyncEngineTest, ZoneDeletionsCarryTheirReason) {
   onLaptop_->engine->fetchChanges();
   for (const auto reason : {CloudZoneDeletionReason::deleted, CloudZoneDeletionReason::purged,
