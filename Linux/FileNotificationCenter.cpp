@@ -8,6 +8,7 @@
 #include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 
 #include <algorithm>
+#include <limits>
 #include <stdexcept>
 
 namespace vantrel {
@@ -26,7 +27,7 @@ NotificationAuthState authorizationNamed(std::string_view name) {
 }
 
 std::string_view textMember(const rapidjson::Value& object, const char* key) {
-  const auto found = object.FindMember(key);
+  const auto found = readJSONObject(object).FindMember(key);
   if (found == object.MemberEnd()) {
     throw DecodingError(DecodingError::Kind::keyNotFound, key, std::string("missing key '") + key + "'");
   }
@@ -34,11 +35,15 @@ std::string_view textMember(const rapidjson::Value& object, const char* key) {
 }
 
 int intMember(const rapidjson::Value& object, const char* key) {
-  const auto found = object.FindMember(key);
+  const auto found = readJSONObject(object).FindMember(key);
   if (found == object.MemberEnd()) {
     throw DecodingError(DecodingError::Kind::keyNotFound, key, std::string("missing key '") + key + "'");
   }
-  return int(readJSONInt64(found->value));
+  const std::int64_t value = readJSONInt64(found->value);
+  if (value < std::numeric_limits<int>::min() || value > std::numeric_limits<int>::max()) {
+    throw DecodingError(DecodingError::Kind::dataCorrupted, key, std::string(key) + " is out of range");
+  }
+  return int(value);
 }
 
 } // namespace
@@ -126,12 +131,12 @@ void FileNotificationCenter::write(const Contents& contents) {
   }
   json.endArray();
   json.endObject();
-  std::filesystem::create_directories(file_.parent_path());
-  AtomicFileWriter(fileSystem_).writeString(std::string(json.text()) + "\n", file_);
+  fileSystem_.createDirectories(file_.parent_path(), 0700);
+  AtomicFileWriter(fileSystem_).writeString(std::string(json.text()) + "\n", file_, 0600);
 }
 
 template <class Change> auto FileNotificationCenter::update(Change&& change) {
-  std::filesystem::create_directories(file_.parent_path());
+  fileSystem_.createDirectories(file_.parent_path(), 0700);
   const ExclusiveFileLock lock(file_.string() + ".lock");
   Contents contents = read();
   if constexpr (std::is_void_v<decltype(change(contents))>) {

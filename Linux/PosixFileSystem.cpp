@@ -41,6 +41,14 @@ int PosixFileSystem::createExclusive(const std::filesystem::path& path, mode_t m
   if (fd < 0) {
     throw FileSystemError("create", path, errno);
   }
+  // The umask may have taken bits the mode asked for (an owner's own write bit under 0277); the mode
+  // asked for is what the file gets.
+  if (::fchmod(fd, mode) != 0) {
+    const int error = errno;
+    ::close(fd);
+    ::unlink(path.c_str());
+    throw FileSystemError("chmod", path, error);
+  }
   std::lock_guard lock(mutex_);
   openFiles_[fd] = path;
   return fd;
@@ -190,6 +198,9 @@ void PosixFileSystem::createDirectories(const std::filesystem::path& path, mode_
   for (const auto& component : path) {
     partial /= component;
     if (::mkdir(partial.c_str(), mode) == 0) {
+      if (::chmod(partial.c_str(), mode) != 0) {
+        throw FileSystemError("chmod", partial, errno);
+      }
       continue;
     }
     // EEXIST covers files too, and mkdir on "/" may answer EACCES or EROFS: what counts is a folder there.

@@ -1,5 +1,6 @@
 #include "Tools/vantrel/AboutCommand.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
@@ -39,7 +40,7 @@ void runAboutCommand(const CommandEnvironment& environment, std::ostream& out) {
     return;
   }
   const auto line = [&](const char* label, const std::string& value) {
-    out << std::left << std::setw(22) << label << value << "\n";
+    out << std::left << std::setw(22) << label << terminalText(value) << "\n";
   };
   out << "vantrel " << VANTREL_VERSION << "\n";
   line("now", LastEditedFormat::string(now));

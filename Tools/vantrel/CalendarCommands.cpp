@@ -2,6 +2,7 @@
 
 #include "Linux/ICalendarEventStore.hpp"
 #include "Linux/JSONFilePreferences.hpp"
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Model/TimeFormat.hpp"
 #include "VantrelCore/Planning/CalendarGapEngine.hpp"
 #include "VantrelCore/Planning/CalendarSource.hpp"
@@ -73,7 +74,8 @@ void listCalendars(Calendars& calendars, const CommandEnvironment& environment) 
     return;
   }
   for (const auto& calendar : calendars.source.availableCalendars()) {
-    std::cout << calendar.id << "  " << calendar.title << "  (" << calendar.sourceTitle << ")"
+    std::cout << terminalText(calendar.id) << "  " << terminalText(calendar.title) << "  ("
+              << terminalText(calendar.sourceTitle) << ")"
               << (blocked.contains(calendar.id) ? "  blocked" : "") << "\n";
   }
 }
@@ -271,8 +273,8 @@ void printJSON(const DayView& view) {
 void printTasks(const std::vector<TaskRecord>& tasks, const DayView& view,
                 const std::string& indent = "    ") {
   for (const auto& task : tasks) {
-    std::cout << indent << "[" << (task.done ? "x" : " ") << "] " << task.title << "  (" << task.recordName
-              << ")\n";
+    std::cout << indent << "[" << (task.done ? "x" : " ") << "] " << terminalText(task.title) << "  ("
+              << terminalText(task.recordName) << ")\n";
     if (const auto subtasks = view.subtasks.find(task.recordName); subtasks != view.subtasks.end()) {
       printTasks(subtasks->second, view, indent + "    ");
     }
@@ -286,8 +288,8 @@ void printText(const DayView& view) {
   }
   for (const auto& event : view.events) {
     std::cout << "  " << (event.isAllDay ? std::string("all day") : TimeFormat::range(event.start, event.end))
-              << "  " << event.title << (event.calendarName.empty() ? "" : "  (" + event.calendarName + ")")
-              << "\n";
+              << "  " << terminalText(event.title)
+              << (event.calendarName.empty() ? "" : "  (" + terminalText(event.calendarName) + ")") << "\n";
   }
   std::cout << "\nOpen time\n";
   if (view.openWindows.empty()) {
@@ -307,8 +309,9 @@ void printText(const DayView& view) {
       ends = "until " + TimeFormat::clock(*gap.end->end) + " (" +
              std::string(taskGapEndSourceText(gap.end->source)) + ")";
     }
-    std::cout << "  " << TimeFormat::clockFromHHmm(gap.record.time) << "  "
-              << gap.record.label.value_or("Gap") << "  " << ends << "  (" << gap.record.recordName << ")\n";
+    std::cout << "  " << terminalText(TimeFormat::clockFromHHmm(gap.record.time)) << "  "
+              << terminalText(gap.record.label.value_or("Gap")) << "  " << ends << "  ("
+              << terminalText(gap.record.recordName) << ")\n";
     printTasks(gap.tasks, view);
   }
   std::cout << "\nPlanned without a gap\n";

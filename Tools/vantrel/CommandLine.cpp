@@ -4,12 +4,12 @@
 #include "Tools/vantrel/CommandEnvironment.hpp"
 #include "Tools/vantrel/OpenCommand.hpp"
 #include "Tools/vantrel/PlannerCommands.hpp"
+#include "Tools/vantrel/ProgramEntry.hpp"
 #include "Tools/vantrel/SyncCommand.hpp"
 #include "Tools/vantrel/WidgetCommand.hpp"
 
 #include <CLI/CLI.hpp>
 #include <iostream>
-#include <vector>
 
 namespace vantrel::cli {
 
@@ -31,18 +31,7 @@ int runCommandLine(std::span<const std::string> arguments, FileSystem& fileSyste
   addPlannerCommands(app, options);
   addWidgetCommands(app, options);
   addOpenCommand(app, options);
-
-  // CLI11 parses from the back of the list.
-  std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
-  try {
-    app.parse(reversed);
-  } catch (const CLI::ParseError& error) {
-    return app.exit(error);
-  } catch (const std::exception& error) {
-    std::cerr << "vantrel: " << error.what() << "\n";
-    return 1;
-  }
-  return 0;
+  return runProgram(app, arguments);
 }
 
 } // namespace vantrel::cli

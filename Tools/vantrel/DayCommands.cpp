@@ -1,5 +1,6 @@
 #include "Tools/vantrel/DayCommands.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
 #include "VantrelCore/Sync/CKRecordTypes.hpp"
 
@@ -47,7 +48,7 @@ void addInboxCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& cont
   inbox->add_subcommand("list", "List the inbox")->callback([=] {
     context->run([&](CloudKitStore& store, const CommandEnvironment&) {
       for (const auto* record : sorted(store.cache().inbox())) {
-        std::cout << record->recordName << "  " << record->title << "\n";
+        std::cout << terminalText(record->recordName) << "  " << terminalText(record->title) << "\n";
       }
     });
   });
@@ -105,7 +106,7 @@ void addGapCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& contex
         copies.emplace_back(parseDay(*day), found->second);
       }
       for (const auto& copied : store.copyGaps(copies)) {
-        std::cout << copied << "\n";
+        std::cout << terminalText(copied) << "\n";
       }
     });
   });
@@ -125,8 +126,8 @@ void addGapCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& contex
       const auto day = parseDay(values->at(0)).description();
       for (const auto* record : sorted(store.cache().gaps())) {
         if (record->dayRef == day) {
-          std::cout << record->recordName << "  " << record->time << "  " << record->label.value_or("")
-                    << "\n";
+          std::cout << terminalText(record->recordName) << "  " << terminalText(record->time) << "  "
+                    << terminalText(record->label.value_or("")) << "\n";
         }
       }
     });

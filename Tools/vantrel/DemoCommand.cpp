@@ -2,12 +2,12 @@
 
 #include "Linux/JSONFilePreferences.hpp"
 #include "Tools/vantrel/CalendarCommands.hpp"
+#include "VantrelCore/Platform/AtomicFileWriter.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
 #include <cstdio>
 #include <ctime>
 #include <filesystem>
-#include <fstream>
 #include <iostream>
 #include <optional>
 #include <span>
@@ -83,31 +83,31 @@ std::string icalendarDay(const CalendarDate& day) {
   return text;
 }
 
-/// A calendar that silently lacks its events would mislead more than a demo that stops.
-void writeFile(const std::filesystem::path& file, const std::string& text) {
-  std::ofstream stream(file, std::ios::binary);
-  stream << text;
-  stream.close();
-  if (!stream) {
-    throw std::runtime_error("cannot write " + file.string());
-  }
-}
-
 /// A vdir folder as calendar sync tools keep one: a folder per calendar with its name and colour, and a
-/// file per event.
+/// file per event. The files are gathered, then saved together.
 class DemoCalendars {
 public:
   explicit DemoCalendars(std::filesystem::path folder) : folder_(std::move(folder)) {
     for (const auto& [id, name, color] :
          {std::tuple{"work", "Work", "#2E6FD8"}, {"personal", "Personal", "#D9822B"}}) {
-      std::filesystem::create_directories(folder_ / id);
-      writeFile(folder_ / id / "displayname", std::string(name) + "\n");
-      writeFile(folder_ / id / "color", std::string(color) + "\n");
+      files_.emplace_back(folder_ / id / "displayname", std::string(name) + "\n");
+      files_.emplace_back(folder_ / id / "color", std::string(color) + "\n");
     }
   }
 
   const std::filesystem::path& folder() const { return folder_; }
   int count() const { return count_; }
+
+  /// Writes every file, private like the rest of the profile. A calendar that silently lacks its events
+  /// would mislead more than a demo that stops, so a failure throws.
+  void save(FileSystem& fileSystem) const {
+    std::vector<AtomicFileWriter::File> files;
+    for (const auto& [file, text] : files_) {
+      fileSystem.createDirectories(file.parent_path(), 0700);
+      files.push_back({file, text});
+    }
+    AtomicFileWriter(fileSystem).writeFiles(files, 0600);
+  }
 
   /// An event from `hour`:`minute` for `minutes` on the day's clock.
   void add(const std::string& calendar, const std::string& title, const CalendarDate& day, int hour,
@@ -127,13 +127,15 @@ public:
 private:
   void write(const std::string& calendar, const std::string& title, const std::string& times) {
     const auto uid = "demo-" + std::to_string(++count_);
-    writeFile(folder_ / calendar / (uid + ".ics"),
-              "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Vantrel//Demo//EN\r\nBEGIN:VEVENT\r\nUID:" + uid +
-                  "\r\nDTSTAMP:20260101T000000Z\r\nSUMMARY:" + title + "\r\n" + times +
-                  "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
+    files_.emplace_back(
+        folder_ / calendar / (uid + ".ics"),
+        "BEGIN:VCALENDAR\r\nVERSION:2.0\r\nPRODID:-//Vantrel//Demo//EN\r\nBEGIN:VEVENT\r\nUID:" + uid +
+            "\r\nDTSTAMP:20260101T000000Z\r\nSUMMARY:" + title + "\r\n" + times +
+            "\r\nEND:VEVENT\r\nEND:VCALENDAR\r\n");
   }
 
   std::filesystem::path folder_;
+  std::vector<std::pair<std::filesystem::path, std::string>> files_;
   int count_ = 0;
 };
 
@@ -303,6 +305,7 @@ void addDemoCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& contex
               DemoCalendars calendars(environment.paths().applicationSupportDirectory / "Vantrel" /
                                       "demo-calendars");
               addEvents(calendars, today);
+              calendars.save(environment.fileSystem());
               counts.events = calendars.count();
               JSONFilePreferences::standard(environment.paths())
                   ->setValue(calendarFolderKey, calendars.folder().string());

@@ -1,10 +1,12 @@
 #include "Tools/vantrel/InstantArgument.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
+#include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
-#include <cmath>
+#include <cstdint>
 #include <memory>
-#include <regex>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <unicode/gregocal.h>
@@ -12,61 +14,137 @@
 namespace vantrel::cli {
 namespace {
 
-[[noreturn]] void reject(std::string_view text) {
-  throw std::invalid_argument("invalid --now '" + std::string(text) +
-                              "': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or ±HH:MM offset");
+// The widest offset any zone has used; anything beyond it is a typing error, not a place.
+constexpr int largestOffsetMinutes = 18 * 60;
+
+[[noreturn]] void reject(std::string_view text,
+                         std::string_view reason = "expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or "
+                                                   "±HH:MM offset") {
+  // Shown as a terminal shows it: a message is a C string, and a NUL in the text would cut it short.
+  throw std::invalid_argument("invalid --now '" + terminalText(text) + "': " + std::string(reason));
 }
+
+/// Reads the text after the day from the front, one piece at a time.
+class Cursor {
+public:
+  explicit Cursor(std::string_view rest) : rest_(rest) {}
+
+  bool atEnd() const { return rest_.empty(); }
+  bool take(char expected) {
+    if (rest_.empty() || rest_.front() != expected) {
+      return false;
+    }
+    rest_.remove_prefix(1);
+    return true;
+  }
+  /// Exactly `count` ASCII digits.
+  std::optional<int> number(std::size_t count) {
+    if (rest_.size() < count) {
+      return std::nullopt;
+    }
+    int value = 0;
+    for (const char digit : rest_.substr(0, count)) {
+      if (digit < '0' || digit > '9') {
+        return std::nullopt;
+      }
+      value = value * 10 + (digit - '0');
+    }
+    rest_.remove_prefix(count);
+    return value;
+  }
+  /// The digits after a decimal point, 1 to 9 of them, as a fraction of a second.
+  std::optional<double> fraction() {
+    std::int64_t value = 0;
+    double scale = 1.0;
+    std::size_t count = 0;
+    while (count < rest_.size() && rest_[count] >= '0' && rest_[count] <= '9') {
+      if (++count > 9) {
+        return std::nullopt;
+      }
+      value = value * 10 + (rest_[count - 1] - '0');
+      scale *= 10.0;
+    }
+    if (count == 0) {
+      return std::nullopt;
+    }
+    rest_.remove_prefix(count);
+    return double(value) / scale;
+  }
+
+private:
+  std::string_view rest_;
+};
 
 } // namespace
 
 Date parseInstantArgument(std::string_view text) {
-  static const std::regex pattern(
-      R"((\d{4})-(\d{2})-(\d{2})[T ](\d{2}):(\d{2})(?::(\d{2})(\.\d{1,9})?)?(Z|[+-]\d{2}:?\d{2})?)");
-  std::match_results<std::string_view::const_iterator> match;
-  if (!std::regex_match(text.begin(), text.end(), match, pattern)) {
+  constexpr std::size_t dayLength = std::string_view("YYYY-MM-DD").size();
+  const auto day = CalendarDate::parse(text.substr(0, dayLength));
+  Cursor cursor(text.size() > dayLength ? text.substr(dayLength) : std::string_view());
+  if (!day || !(cursor.take('T') || cursor.take(' '))) {
     reject(text);
   }
-  const auto number = [&](std::size_t group) {
-    return match[group].matched ? std::stoi(match[group].str()) : 0;
-  };
-  const int year = number(1), month = number(2), day = number(3), hour = number(4), minute = number(5),
-            second = number(6);
-  if (month < 1 || month > 12 || day < 1 || day > 31 || hour > 23 || minute > 59 || second > 59) {
+  const auto hour = cursor.number(2);
+  const auto minute = cursor.take(':') ? cursor.number(2) : std::nullopt;
+  if (!hour || !minute || *hour > 23 || *minute > 59) {
     reject(text);
   }
-  const double fraction = match[7].matched ? std::stod("0" + match[7].str()) : 0.0;
+  int second = 0;
+  double fraction = 0.0;
+  if (cursor.take(':')) {
+    const auto seconds = cursor.number(2);
+    const auto fractionOfSecond = cursor.take('.') ? cursor.fraction() : std::optional(0.0);
+    if (!seconds || *seconds > 59 || !fractionOfSecond) {
+      reject(text);
+    }
+    second = *seconds;
+    fraction = *fractionOfSecond;
+  }
+  std::optional<int> offsetMinutes;
+  if (cursor.take('Z')) {
+    offsetMinutes = 0;
+  } else if (const bool east = cursor.take('+'); east || cursor.take('-')) {
+    const auto hours = cursor.number(2);
+    cursor.take(':');
+    const auto minutes = cursor.number(2);
+    if (!hours || !minutes) {
+      reject(text);
+    }
+    if (*minutes > 59 || *hours * 60 + *minutes > largestOffsetMinutes) {
+      reject(text, "the offset from UTC is at most ±18:00, with minutes below 60");
+    }
+    offsetMinutes = (east ? 1 : -1) * (*hours * 60 + *minutes);
+  }
+  if (!cursor.atEnd()) {
+    reject(text);
+  }
 
   std::unique_ptr<icu::TimeZone> zone;
-  const auto offset = match[8].str();
-  if (offset.empty()) {
-    zone = DeviceSettings::timeZone();
-  } else {
-    const int sign = offset[0] == '-' ? -1 : 1;
-    const auto digits =
-        offset == "Z" ? std::string("0000") : std::regex_replace(offset.substr(1), std::regex(":"), "");
-    const int offsetMinutes = sign * (std::stoi(digits.substr(0, 2)) * 60 + std::stoi(digits.substr(2, 2)));
+  if (offsetMinutes) {
     zone.reset(icu::TimeZone::getGMT()->clone());
-    zone->setRawOffset(offsetMinutes * 60 * 1000);
+    zone->setRawOffset(*offsetMinutes * 60 * 1000);
+  } else {
+    zone = DeviceSettings::timeZone();
   }
   icu::UnicodeString zoneID;
   zone->getID(zoneID);
   UErrorCode status = U_ZERO_ERROR;
   icu::GregorianCalendar calendar(zone.release(), status);
   calendar.clear();
-  calendar.set(year, month - 1, day, hour, minute, second);
+  const auto year = std::int32_t(day->year), month = std::int32_t(day->month) - 1,
+             date = std::int32_t(day->day);
+  calendar.set(year, month, date, *hour, *minute, second);
   const UDate milliseconds = calendar.getTime(status);
   // The lenient calendar moves a day or a wall time that does not exist; reading the fields back tells.
-  const bool sameDay = calendar.get(UCAL_YEAR, status) == year &&
-                       calendar.get(UCAL_MONTH, status) == month - 1 &&
-                       calendar.get(UCAL_DATE, status) == day;
+  const bool sameDay = calendar.get(UCAL_YEAR, status) == year && calendar.get(UCAL_MONTH, status) == month &&
+                       calendar.get(UCAL_DATE, status) == date;
   if (U_FAILURE(status) || !sameDay) {
     reject(text);
   }
-  if (calendar.get(UCAL_HOUR_OF_DAY, status) != hour || calendar.get(UCAL_MINUTE, status) != minute) {
+  if (calendar.get(UCAL_HOUR_OF_DAY, status) != *hour || calendar.get(UCAL_MINUTE, status) != *minute) {
     std::string zoneName;
     zoneID.toUTF8String(zoneName);
-    throw std::invalid_argument("invalid --now '" + std::string(text) +
-                                "': that wall time does not exist in " + zoneName + " (the clocks skip it)");
+    reject(text, "that wall time does not exist in " + zoneName + " (the clocks skip it)");
   }
   return Date::fromICUMilliseconds(milliseconds).adding(fraction);
 }

@@ -1,5 +1,6 @@
 #include "Tools/vantrel/OpenCommand.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Widget/AppRoute.hpp"
 #include "VantrelCore/Widget/DeepLinkRouter.hpp"
@@ -25,7 +26,7 @@ void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
     }
     const auto& gap = router.pendingFocusGapID();
     if (!environment.json()) {
-      std::cout << (gap ? "Today, focused on gap " + *gap : std::string("Today")) << "\n";
+      std::cout << (gap ? "Today, focused on gap " + terminalText(*gap) : std::string("Today")) << "\n";
       return;
     }
     JSONWriter json;

@@ -7,6 +7,7 @@
 #include "Tools/vantrel/ReminderCommands.hpp"
 #include "Tools/vantrel/StatusCommand.hpp"
 #include "Tools/vantrel/TaskCommands.hpp"
+#include "Tools/vantrel/TerminalText.hpp"
 
 #include <memory>
 #include <stdexcept>
@@ -81,8 +82,8 @@ void addAreaCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
   area->add_subcommand("list", "List the areas")->callback([=] {
     context->run([&](CloudKitStore& store, const CommandEnvironment&) {
       for (const auto* record : sorted(store.cache().areas())) {
-        std::cout << record->recordName << "  " << record->name << (record->isHidden ? "  (hidden)" : "")
-                  << "\n";
+        std::cout << terminalText(record->recordName) << "  " << terminalText(record->name)
+                  << (record->isHidden ? "  (hidden)" : "") << "\n";
       }
     });
   });
@@ -184,7 +185,7 @@ void addProjectCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& co
       }
       std::ranges::sort(projects, {}, &ProjectRecord::name);
       for (const auto* record : projects) {
-        std::cout << record->recordName << "  " << record->name
+        std::cout << terminalText(record->recordName) << "  " << terminalText(record->name)
                   << (record->isArchived() ? "  (archived)" : "") << "\n";
       }
     });

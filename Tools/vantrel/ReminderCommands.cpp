@@ -4,6 +4,7 @@
 #include "Linux/FileNotificationCenter.hpp"
 #include "Linux/JSONFilePreferences.hpp"
 #include "Tools/vantrel/ReminderSchedule.hpp"
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
 #include "VantrelCore/Planning/NotificationsController.hpp"
 
@@ -25,10 +26,12 @@ int showDue(FileNotificationCenter& center, DesktopNotifier& notifier, Date now)
   for (const auto& request : center.takeDue(now)) {
     try {
       notifier.show(request.title, request.body, request.playsSound);
-      std::cout << "shown " << request.identifier << "  " << request.title << std::endl;
+      std::cout << "shown " << terminalText(request.identifier) << "  " << terminalText(request.title)
+                << std::endl;
     } catch (const std::exception& error) {
       center.add(request);
-      std::cerr << "vantrel: " << request.identifier << " not shown: " << error.what() << std::endl;
+      std::cerr << "vantrel: " << terminalText(request.identifier)
+                << " not shown: " << terminalText(error.what()) << std::endl;
       ++failed;
     }
   }
@@ -54,8 +57,9 @@ private:
 
 /// Sleeps until the next reminder is due, the notification file changes (a new schedule), or the clock
 /// is set (the wall-clock time the next one waits for moved).
-[[noreturn]] void runAgent(FileNotificationCenter& center, DesktopNotifier& notifier, const Clock& clock) {
-  std::filesystem::create_directories(center.file().parent_path());
+[[noreturn]] void runAgent(FileNotificationCenter& center, DesktopNotifier& notifier, const Clock& clock,
+                           FileSystem& fileSystem) {
+  fileSystem.createDirectories(center.file().parent_path(), 0700);
   const Descriptor changes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1");
   if (::inotify_add_watch(changes.get(), center.file().parent_path().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO) <
       0) {
@@ -102,7 +106,8 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
           context->run([on](CloudKitStore& store, const CommandEnvironment& environment) {
             JSONFilePreferences::standard(environment.paths())
                 ->setValue(NotificationsController::gapRemindersEnabledKey, on);
-            FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+            FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
+                                          environment.fileSystem());
             if (on && !center.requestAuthorization()) {
               throw std::runtime_error("Notifications are off. Open Settings to turn them on");
             }
@@ -112,18 +117,21 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
   }
   reminders->add_subcommand("list", "List the reminders waiting for their time")->callback([=] {
     const auto environment = CommandEnvironment::make(context->options);
-    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
+                                  environment.fileSystem());
     for (const auto& request : center.pendingRequests()) {
       const auto fires = FileNotificationCenter::fireDate(request);
-      std::cout << request.identifier << "  " << (fires ? LastEditedFormat::string(*fires) : "?") << "  "
-                << request.title << "\n";
+      std::cout << terminalText(request.identifier) << "  "
+                << (fires ? LastEditedFormat::string(*fires) : "?") << "  " << terminalText(request.title)
+                << "\n";
     }
   });
   auto* run = reminders->add_subcommand("run", "Show the reminders that are due, once, and exit");
   run->add_option("--bus", *bus, "The session bus address (default: the user's session bus)");
   run->callback([=] {
     const auto environment = CommandEnvironment::make(context->options);
-    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
+                                  environment.fileSystem());
     DesktopNotifier notifier(*bus);
     if (showDue(center, notifier, environment.clock().now()) > 0) {
       throw std::runtime_error("some reminders could not be shown; they wait for the next run");
@@ -133,9 +141,10 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
   agent->add_option("--bus", *bus, "The session bus address (default: the user's session bus)");
   agent->callback([=] {
     const auto environment = CommandEnvironment::make(context->options);
-    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()));
+    FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
+                                  environment.fileSystem());
     DesktopNotifier notifier(*bus);
-    runAgent(center, notifier, environment.clock());
+    runAgent(center, notifier, environment.clock(), environment.fileSystem());
   });
 }
 

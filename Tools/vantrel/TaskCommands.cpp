@@ -1,5 +1,7 @@
 #include "Tools/vantrel/TaskCommands.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
+
 #include <stdexcept>
 
 namespace vantrel::cli {
@@ -116,8 +118,9 @@ void addTaskChanges(CLI::App& task, const std::shared_ptr<PlannerContext>& conte
                std::tie(right->homeRef, right->sortIndex, right->recordName);
       });
       for (const auto* record : tasks) {
-        std::cout << record->recordName << "  " << record->homeRef << "  [" << (record->done ? "x" : " ")
-                  << "] " << (record->isSubtask() ? "  " : "") << record->title << "\n";
+        std::cout << terminalText(record->recordName) << "  " << terminalText(record->homeRef) << "  ["
+                  << (record->done ? "x" : " ") << "] " << (record->isSubtask() ? "  " : "")
+                  << terminalText(record->title) << "\n";
       }
     });
   });
@@ -190,14 +193,14 @@ void addHeaderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& con
       if (!project->empty()) {
         for (const auto* record : sorted(store.cache().projectSections())) {
           if (record->projectRef == *project) {
-            std::cout << record->recordName << "  " << record->title << "\n";
+            std::cout << terminalText(record->recordName) << "  " << terminalText(record->title) << "\n";
           }
         }
         return;
       }
       for (const auto* record : sorted(store.cache().areaSections())) {
         if (record->areaRef == *area && record->userRef == store.cache().currentUserRef()) {
-          std::cout << record->recordName << "  " << record->title << "\n";
+          std::cout << terminalText(record->recordName) << "  " << terminalText(record->title) << "\n";
         }
       }
     });

@@ -1,21 +1,25 @@
 #include "Tools/vantrel/WaybarLine.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 
 namespace vantrel::cli {
 namespace {
 
+// The bar shows labels and titles as text on one line: a newline or a bidi override in one would break
+// the bar's layout or disguise the text, so they are shown escaped as on a terminal.
+
 /// "9:00 AM Deep work", or only the clock when the gap has no label of its own.
 std::string gapTitle(const std::string& clockLabel, const std::string& label) {
-  return label == clockLabel ? clockLabel : clockLabel + " " + label;
+  return label == clockLabel ? clockLabel : clockLabel + " " + terminalText(label);
 }
 
 std::string barText(const GapWidgetModel& model) {
   switch (model.state) {
   case GapWidgetModel::State::currentGap:
-    return model.gapLabel + (model.taskCount > 0 ? " · " + std::to_string(model.doneCount) + "/" +
-                                                       std::to_string(model.taskCount)
-                                                 : "");
+    return terminalText(model.gapLabel) + (model.taskCount > 0 ? " · " + std::to_string(model.doneCount) +
+                                                                     "/" + std::to_string(model.taskCount)
+                                                               : "");
   case GapWidgetModel::State::nextGap:
     return "Next: " + gapTitle(model.gapClockLabel, model.gapLabel);
   case GapWidgetModel::State::noGaps:
@@ -30,7 +34,8 @@ std::string tooltip(const GapWidgetModel& model) {
   }
   std::string text = (model.isRunning ? "Now: " : "Next: ") + gapTitle(model.gapClockLabel, model.gapLabel);
   for (const auto& task : model.tasks) {
-    text += "\n" + std::string(task.isSubtask ? "    " : "") + (task.done ? "☑ " : "☐ ") + task.title;
+    text += "\n" + std::string(task.isSubtask ? "    " : "") + (task.done ? "☑ " : "☐ ") +
+            terminalText(task.title);
   }
   if (model.tasks.empty()) {
     text += "\nNo tasks planned";

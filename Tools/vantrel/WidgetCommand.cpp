@@ -5,6 +5,7 @@
 #include "Linux/JSONFilePreferences.hpp"
 #include "Linux/PosixFileSystem.hpp"
 #include "Tools/vantrel/InstantArgument.hpp"
+#include "Tools/vantrel/TerminalText.hpp"
 #include "Tools/vantrel/WaybarLine.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
@@ -125,7 +126,10 @@ void runMarkDone(const GlobalOptions& options, const std::string& task, bool don
   IntentActionQueue queue(files.widget.sharedDirectory, files.widget.fileSystem, environment.clock(), uuids);
   CommandWidgetCenter widgets(files.preferences->string(CommandWidgetCenter::reloadCommandKey));
   const MarkTaskDoneIntent intent{.task = found.front(), .done = done};
-  intent.perform(queue, widgets);
+  const std::string change = "\"" + intent.task.title + "\" " + (done ? "done" : "not done");
+  if (const auto failure = intent.perform(queue, widgets)) {
+    throw std::runtime_error("could not record " + change + ": " + *failure);
+  }
   if (environment.json()) {
     JSONWriter json;
     json.startObject();
@@ -141,8 +145,7 @@ void runMarkDone(const GlobalOptions& options, const std::string& task, bool don
     std::cout << json.text() << "\n";
     return;
   }
-  std::cout << "Marked \"" << intent.task.title << "\" " << (done ? "done" : "not done")
-            << "; the planner applies it on its next run\n";
+  std::cout << "Marked " << terminalText(change) << "; the planner applies it on its next run\n";
 }
 
 } // namespace

@@ -42,6 +42,37 @@ std::optional<std::int64_t> parseInteger(std::string_view piece) {
   return value;
 }
 
+// The rule stored days are read by: '-'-separated pieces, empty ones dropped, exactly three signed integers,
+// no range check. A file written by any version or device keeps loading, whatever day it holds.
+std::optional<CalendarDate> parsePermissively(std::string_view text) {
+  std::array<std::int64_t, 3> fields{};
+  std::size_t count = 0;
+  std::size_t start = 0;
+  while (start <= text.size()) {
+    const std::size_t end = std::min(text.find('-', start), text.size());
+    const std::string_view piece = text.substr(start, end - start);
+    if (!piece.empty()) {
+      const auto value = parseInteger(piece);
+      if (count == fields.size() || !value) {
+        return std::nullopt;
+      }
+      fields[count++] = *value;
+    }
+    start = end + 1;
+  }
+  if (count != fields.size()) {
+    return std::nullopt;
+  }
+  return CalendarDate{fields[0], fields[1], fields[2]};
+}
+
+// Proleptic Gregorian, as YYYY-MM-DD texts count.
+std::int64_t daysInMonth(std::int64_t year, std::int64_t month) {
+  constexpr std::array<std::int64_t, 12> days{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
+  const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
+  return month == 2 && leap ? 29 : days[std::size_t(month - 1)];
+}
+
 std::unique_ptr<icu::TimeZone> utcZone() {
   std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(UNICODE_STRING_SIMPLE("UTC")));
   if (!zone || *zone == icu::TimeZone::getUnknown()) {
@@ -84,29 +115,31 @@ std::optional<UDate> instantOf(icu::Calendar& calendar, const CalendarDate& date
 } // namespace
 
 std::optional<CalendarDate> CalendarDate::parse(std::string_view text) {
-  std::array<std::int64_t, 3> fields{};
-  std::size_t count = 0;
-  std::size_t start = 0;
-  while (start <= text.size()) {
-    const std::size_t end = std::min(text.find('-', start), text.size());
-    const std::string_view piece = text.substr(start, end - start);
-    if (!piece.empty()) {
-      const auto value = parseInteger(piece);
-      if (count == fields.size() || !value) {
-        return std::nullopt;
-      }
-      fields[count++] = *value;
-    }
-    start = end + 1;
-  }
-  if (count != fields.size()) {
+  if (text.size() != 10 || text[4] != '-' || text[7] != '-') {
     return std::nullopt;
   }
-  return CalendarDate{fields[0], fields[1], fields[2]};
+  const auto field = [&](std::size_t offset, std::size_t length) -> std::optional<std::int64_t> {
+    std::int64_t value = 0;
+    for (const char digit : text.substr(offset, length)) {
+      if (digit < '0' || digit > '9') {
+        return std::nullopt;
+      }
+      value = value * 10 + (digit - '0');
+    }
+    return value;
+  };
+  const auto year = field(0, 4);
+  const auto month = field(5, 2);
+  const auto day = field(8, 2);
+  if (!year || !month || !day || *year < 1 || *month < 1 || *month > 12 || *day < 1 ||
+      *day > daysInMonth(*year, *month)) {
+    return std::nullopt;
+  }
+  return CalendarDate{*year, *month, *day};
 }
 
 CalendarDate CalendarDate::decode(std::string_view text) {
-  if (const auto date = parse(text)) {
+  if (const auto date = parsePermissively(text)) {
     return *date;
   }
   throw DecodingError(DecodingError::Kind::dataCorrupted, "",

@@ -18,16 +18,18 @@ class Clock;
 
 /// A day in the Gregorian calendar, with no time and no zone: what tasks, gaps and day records belong to.
 ///
-/// Parsed values are not range-checked (2026-13-45 is kept as it is); conversions to instants hand them to
-/// the calendar, which normalises them. Years are extended years: 0 is 1 BC, -1 is 2 BC.
+/// Decoded values are not range-checked (stored data may hold 2026-13-45, which is kept as it is);
+/// conversions to instants hand them to the calendar, which normalises them. Years are extended years: 0 is
+/// 1 BC, -1 is 2 BC.
 struct CalendarDate {
   std::int64_t year = 0;
   std::int64_t month = 0;
   std::int64_t day = 0;
 
-  /// "yyyy-mm-dd": '-'-separated pieces, empty ones dropped, exactly three signed base-10 integers.
+  /// What a person types: exactly YYYY-MM-DD, a real day of the years 0001 to 9999; nothing otherwise.
   static std::optional<CalendarDate> parse(std::string_view text);
-  /// Like parse; throws DecodingError (dataCorrupted) with the offending text when it does not parse.
+  /// What stored data holds: '-'-separated pieces, empty ones dropped, exactly three signed base-10
+  /// integers, not range-checked; throws DecodingError (dataCorrupted) with the offending text otherwise.
   static CalendarDate decode(std::string_view text);
 
   static CalendarDate today(const icu::TimeZone& zone, const Clock& clock);

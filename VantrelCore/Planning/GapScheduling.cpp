@@ -1,6 +1,7 @@
 #include "VantrelCore/Planning/GapScheduling.hpp"
 
 #include "VantrelCore/Model/CalendarDayReader.hpp"
+#include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
 #include <algorithm>
@@ -60,7 +61,12 @@ std::vector<TaskRecord> GapScheduling::tasksInGap(const GapRecord& gap, std::spa
                                                   const ScheduleByTask& scheduleByTask) {
   // Days compared as scheduledTasks compares them: the local day of the stored noon UTC.
   const CalendarDayReader days(*DeviceSettings::timeZone());
-  const auto gapDay = CalendarDate::parse(gap.dayRef);
+  // Stored day texts are read as the records keep them, unchecked, like every other stored day.
+  std::optional<CalendarDate> gapDay;
+  try {
+    gapDay = CalendarDate::decode(gap.dayRef);
+  } catch (const DecodingError&) {
+  }
   const CalendarDate localGapDay = gapDay ? days.dayOf(gapDay->noonUTC()) : CalendarDate{};
   std::vector<TaskRecord> inGap;
   for (const auto& task : tasks) {

@@ -5,9 +5,15 @@
 #include "VantrelCore/Platform/UTF8.hpp"
 
 #include <atomic>
+#include <cerrno>
 #include <cstdint>
+#include <ctime>
+#include <dirent.h>
+#include <fcntl.h>
+#include <memory>
 #include <set>
 #include <string>
+#include <sys/stat.h>
 #include <tuple>
 #include <unistd.h>
 #include <utility>
@@ -164,6 +170,59 @@ bool AtomicFileWriter::isOurTempFile(const std::filesystem::path& path) {
   const std::string text = path.generic_string();
   return text.ends_with(atomicTempSuffix) ||
          text.find("/" + std::string(atomicTempSuffix) + "/") != std::string::npos;
+}
+
+std::size_t AtomicFileWriter::removeStaleTempFiles(const std::filesystem::path& directory,
+                                                   std::chrono::seconds minimumAge) {
+  const int fd = ::open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC);
+  if (fd < 0) {
+    if (errno == ENOENT) {
+      return 0;
+    }
+    throw FileSystemError("open", directory, errno);
+  }
+  const std::unique_ptr<DIR, int (*)(DIR*)> folder(::fdopendir(fd), ::closedir);
+  if (!folder) {
+    const int openError = errno;
+    ::close(fd);
+    throw FileSystemError("fdopendir", directory, openError);
+  }
+  timespec now{};
+  ::clock_gettime(CLOCK_REALTIME, &now);
+  std::size_t removed = 0;
+  for (;;) {
+    errno = 0;
+    const dirent* entry = ::readdir(folder.get());
+    if (entry == nullptr) {
+      if (errno != 0) {
+        throw FileSystemError("readdir", directory, errno);
+      }
+      return removed;
+    }
+    const std::string name = entry->d_name;
+    if (name == "." || name == ".." || !isOurTempFile(directory / name)) {
+      continue;
+    }
+    // Another process may finish its write (renaming the temp away) or clean up at any moment: a file
+    // gone between the listing and here is simply no longer stale.
+    struct stat status {};
+    if (::fstatat(fd, name.c_str(), &status, AT_SYMLINK_NOFOLLOW) != 0) {
+      if (errno == ENOENT) {
+        continue;
+      }
+      throw FileSystemError("stat", directory / name, errno);
+    }
+    if (!S_ISREG(status.st_mode) || now.tv_sec - status.st_mtim.tv_sec < minimumAge.count()) {
+      continue;
+    }
+    if (::unlinkat(fd, name.c_str(), 0) != 0) {
+      if (errno == ENOENT) {
+        continue;
+      }
+      throw FileSystemError("unlink", directory / name, errno);
+    }
+    ++removed;
+  }
 }
 
 } // namespace vantrel

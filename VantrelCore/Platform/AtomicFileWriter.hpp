@@ -2,6 +2,8 @@
 
 #include "VantrelCore/Platform/FileSystem.hpp"
 
+#include <chrono>
+#include <cstddef>
 #include <filesystem>
 #include <span>
 #include <string_view>
@@ -36,6 +38,13 @@ public:
 
   /// Whether `path` is one of our temp files, left behind by a crash and safe to delete.
   static bool isOurTempFile(const std::filesystem::path& path);
+  /// Deletes the temp files crashed runs left in `directory` itself (sub-folders are not entered): regular
+  /// files for which isOurTempFile holds, last modified at least `minimumAge` ago, so that a temp file
+  /// another process is writing right now stays. Answers how many it deleted; a file that vanished
+  /// meanwhile is skipped, and a missing folder holds none. Throws FileSystemError when the folder cannot be
+  /// read or a stale file cannot be deleted.
+  static std::size_t removeStaleTempFiles(const std::filesystem::path& directory,
+                                          std::chrono::seconds minimumAge);
 
 private:
   FileSystem& fileSystem_;

@@ -1,21 +1,84 @@
 #include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 
 #include "VantrelCore/Platform/FileSystemError.hpp"
+#include "VantrelCore/Platform/LockTimeoutError.hpp"
 
+#include <algorithm>
+#include <array>
 #include <cerrno>
+#include <charconv>
 #include <fcntl.h>
+#include <string>
 #include <sys/file.h>
+#include <sys/stat.h>
+#include <thread>
 #include <unistd.h>
 
 namespace vantrel {
+namespace {
 
-ExclusiveFileLock::ExclusiveFileLock(const std::filesystem::path& path) {
+// A waiter polls quickly at first, so a short hold costs little, then settles on a pace that keeps an idle
+// wait cheap without making the handover noticeably late.
+constexpr std::chrono::milliseconds firstPause{1};
+constexpr std::chrono::milliseconds longestPause{50};
+
+int openLockFile(const std::filesystem::path& path) {
+  int fd = -1;
   do {
-    fd_ = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0600);
-  } while (fd_ < 0 && errno == EINTR);
-  if (fd_ < 0) {
-    throw FileSystemError("open", path, errno);
+    fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_CLOEXEC, 0600);
+  } while (fd < 0 && errno == EINTR);
+  if (fd >= 0) {
+    // Whatever the umask kept, the next process must be able to open the file to wait on it.
+    if (::fchmod(fd, 0600) != 0) {
+      const int chmodError = errno;
+      ::close(fd);
+      throw FileSystemError("chmod", path, chmodError);
+    }
+    return fd;
   }
+  const int openError = errno;
+  // O_NOFOLLOW reports a link in the file's place as ELOOP; the message says what was really found.
+  struct stat status {};
+  if (openError == ELOOP && ::lstat(path.c_str(), &status) == 0 && S_ISLNK(status.st_mode)) {
+    throw FileSystemError("not following the symbolic link", path, openError);
+  }
+  throw FileSystemError("open", path, openError);
+}
+
+/// Takes the lock if it is free; answers false when another descriptor holds it.
+bool tryLock(int fd, const std::filesystem::path& path) {
+  for (;;) {
+    if (::flock(fd, LOCK_EX | LOCK_NB) == 0) {
+      return true;
+    }
+    if (errno == EWOULDBLOCK) {
+      return false;
+    }
+    if (errno != EINTR) {
+      throw FileSystemError("flock", path, errno);
+    }
+  }
+}
+
+/// The process id the holder wrote: decimal digits up to a newline.
+std::optional<pid_t> holderOf(int fd) {
+  std::array<char, 32> text{};
+  const ssize_t count = ::pread(fd, text.data(), text.size(), 0);
+  if (count <= 0) {
+    return std::nullopt;
+  }
+  const char* const end = text.data() + count;
+  pid_t pid = 0;
+  const auto [stop, error] = std::from_chars(text.data(), end, pid);
+  if (error != std::errc() || pid <= 0 || (stop != end && *stop != '\n')) {
+    return std::nullopt;
+  }
+  return pid;
+}
+
+} // namespace
+
+ExclusiveFileLock::ExclusiveFileLock(const std::filesystem::path& path) : fd_(openLockFile(path)) {
   int result = 0;
   do {
     result = ::flock(fd_, LOCK_EX);
@@ -25,10 +88,46 @@ ExclusiveFileLock::ExclusiveFileLock(const std::filesystem::path& path) {
     ::close(fd_);
     throw FileSystemError("flock", path, lockError);
   }
+  writeHolder();
+}
+
+ExclusiveFileLock::ExclusiveFileLock(const std::filesystem::path& path, std::chrono::milliseconds timeout,
+                                     const TakenHandler& onTaken)
+    : fd_(openLockFile(path)) {
+  try {
+    if (!tryLock(fd_, path)) {
+      onTaken(holderOf(fd_));
+      const auto deadline = std::chrono::steady_clock::now() + timeout;
+      std::chrono::milliseconds pause = firstPause;
+      while (!tryLock(fd_, path)) {
+        const auto now = std::chrono::steady_clock::now();
+        if (now >= deadline) {
+          throw LockTimeoutError(path, timeout, holderOf(fd_));
+        }
+        std::this_thread::sleep_for(std::min<std::chrono::steady_clock::duration>(pause, deadline - now));
+        pause = std::min(pause * 2, longestPause);
+      }
+    }
+  } catch (...) {
+    ::close(fd_);
+    throw;
+  }
+  writeHolder();
 }
 
 ExclusiveFileLock::~ExclusiveFileLock() {
+  // Still holding the lock: the next holder never finds this process named after it has gone.
+  [[maybe_unused]] const int cleared = ::ftruncate(fd_, 0);
   ::close(fd_);
+}
+
+void ExclusiveFileLock::writeHolder() const {
+  // The id is written over the old one, then the rest cut off, so a reader meanwhile sees a whole id
+  // before a newline. It only names the holder in messages: failing to write it leaves the lock held.
+  const std::string text = std::to_string(::getpid()) + "\n";
+  if (::pwrite(fd_, text.data(), text.size(), 0) == static_cast<ssize_t>(text.size())) {
+    [[maybe_unused]] const int cut = ::ftruncate(fd_, static_cast<off_t>(text.size()));
+  }
 }
 
 } // namespace vantrel

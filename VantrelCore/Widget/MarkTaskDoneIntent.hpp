@@ -5,6 +5,8 @@
 #include "VantrelCore/Widget/IntentActionQueue.hpp"
 #include "VantrelCore/Widget/TaskEntity.hpp"
 
+#include <optional>
+#include <string>
 #include <string_view>
 
 namespace vantrel {
@@ -20,15 +22,23 @@ struct MarkTaskDoneIntent {
   /// The state to set.
   bool done = true;
 
-  /// Appends the action to the queue and reloads the widgets. A queue that cannot be written is logged,
-  /// not reported: the intent's caller has no way to act on it.
-  void perform(IntentActionQueue& queue, WidgetCenter& widgets) const {
-    try {
-      queue.appendMarkDone(task.id, done);
-    } catch (const std::exception& error) {
-      Logger("com.vantrel.vantrel", "Intents").error("Recording intent action failed: %@", error.what());
+  /// Appends the action to the queue and reloads the widgets. A queue that cannot be written is logged;
+  /// answers why the action was not recorded (also when the queue has no folder to go to), or none when
+  /// it was, so that a caller that can tell a person does.
+  [[nodiscard]] std::optional<std::string> perform(IntentActionQueue& queue, WidgetCenter& widgets) const {
+    std::optional<std::string> failure;
+    if (!queue.fileURL()) {
+      failure = "the folder shared with the widget cannot be found";
+    } else {
+      try {
+        queue.appendMarkDone(task.id, done);
+      } catch (const std::exception& error) {
+        Logger("com.vantrel.vantrel", "Intents").error("Recording intent action failed: %@", error.what());
+        failure = error.what();
+      }
     }
     widgets.reloadAllTimelines();
+    return failure;
   }
 };
 

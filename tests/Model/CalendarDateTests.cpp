@@ -2,8 +2,10 @@
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
 #include "VantrelCore/Platform/SystemClock.hpp"
+#include "tests/Support/HostileInputs.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 
+#include <cstdio>
 #include <functional>
 #include <gtest/gtest.h>
 #include <memory>
@@ -11,6 +13,7 @@
 #include <string>
 #include <tuple>
 #include <unicode/timezone.h>
+#include <vector>
 
 namespace vantrel {
 namespace {
@@ -20,30 +23,72 @@ constexpr double march7 = 1772841600.0;
 constexpr double hour = 3600.0;
 constexpr auto unix = [](double seconds) { return Date::fromUnixSeconds(seconds); };
 
-TEST(CalendarDate, ParsesExactlyThreeSignedIntegers) {
-  const std::pair<const char*, CalendarDate> accepted[] = {
+// What a person types, or anything else: parse answers a day that reads back as the same text and that
+// the calendar knows (a day forth and back returns to it), or nothing; it never throws.
+TEST(CalendarDate, ParsesOnlyRealDaysWrittenYYYYMMDDWhateverItIsGiven) {
+  const auto accepts = [](const std::string& text) {
+    std::optional<CalendarDate> parsed;
+    EXPECT_NO_THROW(parsed = CalendarDate::parse(text)) << text;
+    if (parsed) {
+      EXPECT_EQ(parsed->description(), text);
+      EXPECT_EQ(parsed->adding(1).adding(-1), *parsed) << text << " is no real day";
+    }
+    return parsed.has_value();
+  };
+  int accepted = 0;
+  for (const int year : {0, 1, 1900, 2000, 2026, 2028, 9999, 10000}) {
+    for (int month = 0; month <= 13; ++month) {
+      for (const int day : {0, 1, 28, 29, 30, 31, 32}) {
+        char text[32];
+        std::snprintf(text, sizeof text, "%04d-%02d-%02d", year, month, day);
+        accepted += accepts(text) ? 1 : 0;
+      }
+    }
+  }
+  // In each of the 6 real years the 1st and 28th of 12 months, the 29th and 30th of the 11 besides
+  // February, the 31st of 7; and February 29 of the leap years 2000 and 2028.
+  EXPECT_EQ(accepted, 6 * (12 + 12 + 11 + 11 + 7) + 2);
+
+  std::vector<std::string> refused = {"2026-3-7",
+                                      "+2026-03-07",
+                                      "-001-03-07",
+                                      "2026--03-07",
+                                      "2026/03/07",
+                                      " 2026-03-07",
+                                      "2026-03-07-01",
+                                      "２０２６-03-07",
+                                      "",
+                                      std::string(100000, '9') + "-01-01",
+                                      std::string("2026-03-0\0", 10)};
+  for (const auto& text : refused) {
+    EXPECT_FALSE(accepts(text)) << '"' << text << '"';
+  }
+  for (const auto& text : testing::hostileVariants("2024-02-29", 7, 300)) {
+    accepts(text);
+  }
+}
+
+// Stored days are read as any version or device wrote them: three signed integers, empty pieces dropped,
+// no range check.
+TEST(CalendarDate, DecodeKeepsEveryStoredFormAndReportsTheOffendingText) {
+  const std::pair<const char*, CalendarDate> kept[] = {
       {"2026-3-7", {2026, 3, 7}},    {"-2026--03-07-", {2026, 3, 7}},
       {"+2026-+3-+7", {2026, 3, 7}}, {"2026-13-45", {2026, 13, 45}},
       {"0-0-0", {0, 0, 0}},          {"9223372036854775807-1-1", {INT64_MAX, 1, 1}},
   };
-  for (const auto& [text, expected] : accepted) {
-    EXPECT_EQ(CalendarDate::parse(text), expected) << text;
+  for (const auto& [text, expected] : kept) {
+    EXPECT_EQ(CalendarDate::decode(text), expected) << text;
   }
   for (const char* text : {"2026-03", "2026-03-07-01", "2026/03/07", " 2026-03-07", "2026-03-7x",
                            "+-2026-03-07", "++2026-03-07", "9223372036854775808-1-1"}) {
-    EXPECT_EQ(CalendarDate::parse(text), std::nullopt) << '"' << text << '"';
-  }
-}
-
-TEST(CalendarDate, DecodeReportsTheOffendingTextAsCorruptedData) {
-  EXPECT_EQ(CalendarDate::decode("2026-03-07"), (CalendarDate{2026, 3, 7}));
-  try {
-    CalendarDate::decode("2026/03/07");
-    ADD_FAILURE() << "decoded a malformed day";
-  } catch (const DecodingError& error) {
-    EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
-    EXPECT_EQ(error.debugDescription(), "CalendarDate expected `yyyy-mm-dd`, got 2026/03/07");
-    EXPECT_EQ(error.codingPath(), "");
+    try {
+      CalendarDate::decode(text);
+      ADD_FAILURE() << "decoded " << text;
+    } catch (const DecodingError& error) {
+      EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
+      EXPECT_EQ(error.debugDescription(), "CalendarDate expected `yyyy-mm-dd`, got " + std::string(text));
+      EXPECT_EQ(error.codingPath(), "");
+    }
   }
 }
 

@@ -4,11 +4,13 @@
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <cerrno>
+#include <chrono>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <regex>
+#include <set>
 #include <string>
 #include <tuple>
 #include <vector>
@@ -186,6 +188,35 @@ TEST(AtomicFileWriter, RecognisesItsTempFiles) {
   for (const auto& [path, ours] : cases) {
     EXPECT_EQ(AtomicFileWriter::isOurTempFile(path), ours) << path;
   }
+}
+
+// A crash leaves temp files behind; a cleanup removes only those: ours, regular, old enough that no
+// writer can still be at work on them, and only in the folder it was given.
+TEST_F(AtomicFileWriterTest, RemovesOnlyStaleTempFilesOfItsOwnFolder) {
+  const auto stale = fs::file_time_type::clock::now() - std::chrono::hours(2);
+  const auto make = [&](const fs::path& path, bool old) {
+    std::ofstream(path) << "x";
+    if (old) {
+      fs::last_write_time(path, stale);
+    }
+  };
+  make(folder_ / "state.json.41-1.vantrel.tmp", true);
+  make(folder_ / "prefs.json.41-2.vantrel.tmp", true);
+  make(folder_ / "state.json.97-1.vantrel.tmp", false); // another process is writing it now
+  make(folder_ / "state.json", true);
+  make(folder_ / "notes.vantrel.tmp.txt", true);
+  fs::create_directory(folder_ / "inner.vantrel.tmp");
+  make(folder_ / "inner.vantrel.tmp" / "a.json.41-3.vantrel.tmp", true);
+  fs::last_write_time(folder_ / "inner.vantrel.tmp", stale);
+  EXPECT_EQ(AtomicFileWriter::removeStaleTempFiles(folder_, std::chrono::minutes(10)), 2u);
+  std::set<std::string> left;
+  for (const auto& entry : fs::recursive_directory_iterator(folder_)) {
+    left.insert(entry.path().lexically_relative(folder_).string());
+  }
+  EXPECT_EQ(left, (std::set<std::string>{"state.json.97-1.vantrel.tmp", "state.json", "notes.vantrel.tmp.txt",
+                                         "inner.vantrel.tmp", "inner.vantrel.tmp/a.json.41-3.vantrel.tmp"}));
+  EXPECT_EQ(AtomicFileWriter::removeStaleTempFiles(folder_, std::chrono::minutes(10)), 0u);
+  EXPECT_EQ(AtomicFileWriter::removeStaleTempFiles(folder_ / "missing", std::chrono::minutes(10)), 0u);
 }
 
 } // namespace

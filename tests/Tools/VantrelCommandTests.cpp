@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 #include <ranges>
 #include <string>
+#include <sys/stat.h>
 
 namespace vantrel {
 namespace {
@@ -245,23 +246,103 @@ TEST(VantrelCommand, TodayShowsTheDaysEventsOpenTimeGapsAndTheirTasks) {
   EXPECT_EQ(planner("calendars list"), "work  Work  (Local)  blocked\n");
 }
 
+// Text that is not UTF-8 would be stored and then break every later write of the planner's files, so it
+// is refused before anything runs, saying what the argument was for.
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
+  testing::TemporaryFolder folder;
+  const std::string profile = "--offline --profile " + folder.path().string() + " ";
+  const auto fresh = folder.path() / "fresh";
+  const std::string untouched = "--profile " + fresh.string() + " ";
   const struct {
-    const char* arguments;
-    const char* message;
+    std::string arguments;
+    int exitCode;
+    std::string message;
   } cases[] = {
-      {"--tz Mars/Olympus about", "vantrel: unknown time zone 'Mars/Olympus'\n"},
-      {"--now soon about",
-       "vantrel: invalid --now 'soon': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or "
-       "±HH:MM offset\n"},
+      {"--tz Mars/Olympus about", 1, "vantrel: unknown time zone 'Mars/Olympus'\n"},
+      {"--now soon about", 1,
+       "vantrel: invalid --now 'soon': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or ±HH:MM offset\n"},
+      {"--now 2026-11-24T10:00+99:99 about", 1,
+       "vantrel: invalid --now '2026-11-24T10:00+99:99': the offset from UTC is at most ±18:00, with minutes "
+       "below 60\n"},
+      {profile + "today 2026-02-30", 1, "vantrel: invalid day '2026-02-30': expected YYYY-MM-DD\n"},
+      {profile + "task due t-1 2026-13-45", 1, "vantrel: invalid day '2026-13-45': expected YYYY-MM-DD\n"},
+      {profile + "task add Dig --area home --on 99999-01-01", 1,
+       "vantrel: invalid day '99999-01-01': expected YYYY-MM-DD\n"},
+      {profile + "area list 'more\x1b[2J'", 2,
+       "vantrel: The following argument was not expected: more\\x1b[2J\nRun with --help for more "
+       "information.\n"},
+      {untouched + "task add 'Caf\xe9' --area home", 2,
+       "vantrel: argument 5 (title of task add) is not UTF-8 text: byte 3 of \"Caf\\xe9\" is not valid\n"},
+      {untouched + "--tz 'Europe/Berl\xedn' about", 2,
+       "vantrel: argument 4 (the value of --tz) is not UTF-8 text: byte 11 of \"Europe/Berl\\xedn\" is not "
+       "valid\n"},
+      {untouched + "gap add 2026-03-07 09:00 '--label=Mo\xc3'", 2,
+       "vantrel: argument 7 (--label) is not UTF-8 text: byte 10 of \"--label=Mo\\xc3\" is not valid\n"},
+      {untouched + "task done t-1 't-\x80'", 2,
+       "vantrel: argument 6 (tasks of task done) is not UTF-8 text: byte 2 of \"t-\\x80\" is not valid\n"},
+      {"'\xff'", 2,
+       "vantrel: argument 1 (a word after vantrel) is not UTF-8 text: byte 0 of \"\\xff\" is not "
+       "valid\n"},
   };
   for (const auto& c : cases) {
     const auto run = vantrel(c.arguments);
-    EXPECT_EQ(run.exitCode, 1) << c.arguments;
+    EXPECT_EQ(run.exitCode, c.exitCode) << c.arguments;
     EXPECT_EQ(run.output, c.message);
   }
-  EXPECT_NE(vantrel("").exitCode, 0);
+  EXPECT_FALSE(std::filesystem::exists(fresh)) << "a refused argument runs nothing";
+  EXPECT_TRUE(
+      testing::runVantrelWidget("--at '2026-03-07T09:30\xa0'")
+          .output.starts_with("vantrel-widget: argument 2 (the value of --at) is not UTF-8 text: byte 16"));
+  EXPECT_EQ(vantrel("").exitCode, 2);
   EXPECT_EQ(vantrel("--version").output, "vantrel " VANTREL_VERSION "\n");
+}
+
+// Names and titles come from people and other devices: text for people shows their control characters
+// and direction overrides escaped, JSON keeps them as they are.
+TEST(VantrelCommand, ControlCharactersInUserTextReachTheTerminalEscaped) {
+  testing::TemporaryFolder folder;
+  const auto planner = [&](const std::string& arguments) {
+    const auto run = vantrel("--offline --profile " + folder.path().string() + " " + arguments);
+    EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
+    return run.output;
+  };
+  const std::string hostile = "Dig\x1b[2J\nnow\r\x07\u202e\xc2\x9b";
+  const std::string shown = R"(Dig\x1b[2J\nnow\r\x07\u202e\u009b)";
+  planner("area add Home");
+  const auto added = parseJSON(planner("--json task add '" + hostile + "' --area home --name t-dig"));
+  EXPECT_EQ(readJSONString(added["record"]["title"]), hostile);
+  planner("inbox add '" + hostile + "' --name i-dig");
+  planner("gap add 2026-03-07 09:00 --label '" + hostile + "' --name g-dig");
+  const std::pair<std::string, std::string> lists[] = {
+      {"task list", "t-dig  home  [ ] " + shown + "\n"},
+      {"inbox list", "i-dig  " + shown + "\n"},
+      {"gap list 2026-03-07", "g-dig  09:00  " + shown + "\n"},
+  };
+  for (const auto& [list, expected] : lists) {
+    EXPECT_EQ(planner(list), expected);
+  }
+}
+
+// A person's plans are theirs alone: whatever the umask, every folder a run makes is 0700 and every file
+// 0600, the cloud database's included.
+TEST(VantrelCommand, EverythingAProfileHoldsIsPrivate) {
+  testing::TemporaryFolder folder;
+  const auto profile = folder.path() / "profile";
+  const mode_t previous = ::umask(022);
+  const auto demo =
+      vantrel("--tz Europe/Berlin --now 2026-03-07T08:00 --profile " + profile.string() + " demo");
+  ::umask(previous);
+  ASSERT_EQ(demo.exitCode, 0) << demo.output;
+  namespace fs = std::filesystem;
+  EXPECT_EQ(fs::status(profile).permissions(), fs::perms::owner_all);
+  int checked = 0;
+  for (const auto& entry : fs::recursive_directory_iterator(profile)) {
+    const auto file = fs::perms::owner_read | fs::perms::owner_write;
+    EXPECT_EQ(entry.symlink_status().permissions(), entry.is_directory() ? fs::perms::owner_all : file)
+        << entry.path();
+    ++checked;
+  }
+  EXPECT_GT(checked, 20) << "the demo's calendars, snapshot, preferences and cloud database";
 }
 
 } // namespace

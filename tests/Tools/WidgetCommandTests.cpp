@@ -1,7 +1,12 @@
+#include "Tools/vantrel/CommandLine.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "tests/Support/CommandLineRun.hpp"
+#include "tests/Support/FaultInjectingFileSystem.hpp"
+#include "tests/Support/ScopedDeviceSettings.hpp"
+#include "tests/Support/ScopedLogCapture.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <filesystem>
@@ -9,6 +14,7 @@
 #include <string>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <vector>
 
 namespace vantrel {
 namespace {
@@ -89,6 +95,32 @@ TEST_F(WidgetCommandTest, MarkDoneShowsAtOnceAndTheNextRunAppliesIt) {
   const auto unknown = runVantrel(options() + "mark-done t-nope --not-done");
   EXPECT_EQ(unknown.exitCode, 1);
   EXPECT_EQ(unknown.output, "vantrel: no task 't-nope' in the planner's snapshot; see vantrel task list\n");
+}
+
+// On a full disk the toggle is not recorded: the person is told so and the exit fails, never "Marked".
+TEST_F(WidgetCommandTest, MarkDoneThatCannotBeRecordedFailsAndSaysWhy) {
+  testing::ScopedDeviceSettings zone("Europe/Berlin");
+  testing::ScopedLogCapture log;
+  testing::FaultInjectingFileSystem fullDisk;
+  fullDisk.failCall(testing::FaultInjectingFileSystem::Step::create, 1, ENOSPC);
+  const std::vector<std::string> arguments = {"--profile", (folder_.path() / "profile").string(), "mark-done",
+                                              "t-dig"};
+  ::testing::internal::CaptureStdout();
+  ::testing::internal::CaptureStderr();
+  const int status = cli::runCommandLine(arguments, fullDisk);
+  const auto printed = ::testing::internal::GetCapturedStdout();
+  const auto error = ::testing::internal::GetCapturedStderr();
+
+  EXPECT_EQ(status, 1);
+  EXPECT_EQ(printed, "");
+  ASSERT_EQ(fullDisk.createRequests().size(), 1u);
+  const auto queue =
+      folder_.path() / "profile" / "group.com.vantrel.vantrel.gen1" / "Vantrel" / "intent-actions.json";
+  const std::string reason = "atomic write to " + queue.string() + " failed: create " +
+                             fullDisk.createRequests()[0].string() + ": No space left on device";
+  EXPECT_EQ(error, "vantrel: could not record \"Dig\" done: " + reason + "\n");
+  EXPECT_TRUE(log.contains("Recording intent action failed: " + reason));
+  EXPECT_FALSE(std::filesystem::exists(queue));
 }
 
 TEST_F(WidgetCommandTest, TheReloadCommandRunsAfterAToggleAndAfterANewSnapshot) {

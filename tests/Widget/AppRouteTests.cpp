@@ -66,15 +66,15 @@ TEST(AppRoute, EqualityAndHashingCoverThePayload) {
     }
   }
   // Equal routes made apart must find each other in a set.
-  EXPECT_TRUE(seen.contains(AppRoute::day(*CalendarDate::parse("2026-3-7"))));
+  EXPECT_TRUE(seen.contains(AppRoute::day(CalendarDate::decode("2026-3-7"))));
   EXPECT_TRUE(seen.contains(AppRoute::project(std::string("p-") + "2")));
   EXPECT_FALSE(seen.contains(AppRoute::project("p-3")));
 }
 
 TEST(AppRoute, AnyDayIsDetachableAndKeepsItsPayload) {
-  // Parsed days are not range-checked, and a window restored from one must come back as it was.
+  // Decoded days are not range-checked, and a window restored from one must come back as it was.
   for (const auto* text : {"2026-03-07", "2026-13-45", "0000-01-01", "99999-01-01"}) {
-    const auto route = AppRoute::day(*CalendarDate::parse(text));
+    const auto route = AppRoute::day(CalendarDate::decode(text));
     EXPECT_EQ(route.detached(), route) << text;
     EXPECT_EQ(route.date()->description(), text);
     EXPECT_EQ(route.identifier(), nullptr);

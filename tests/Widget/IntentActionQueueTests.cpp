@@ -81,19 +81,25 @@ TEST_F(IntentActionQueueTest, WithoutASharedFolderNothingIsRecorded) {
   EXPECT_TRUE(std::filesystem::is_empty(folder_.path()));
 }
 
-TEST_F(IntentActionQueueTest, TheIntentRecordsReloadsAndLogsAFailedWrite) {
+TEST_F(IntentActionQueueTest, TheIntentRecordsReloadsAndTellsAndLogsAFailedWrite) {
   testing::RecordingWidgetCenter widgets;
-  MarkTaskDoneIntent{.task = {"t-dig", "Dig"}, .done = false}.perform(queue_, widgets);
+  const MarkTaskDoneIntent undo{.task = {"t-dig", "Dig"}, .done = false};
+  EXPECT_EQ(undo.perform(queue_, widgets), std::nullopt);
   ASSERT_EQ(queue_.pending().size(), 1u);
   EXPECT_FALSE(queue_.pending()[0].done);
   EXPECT_EQ(widgets.reloads, 1);
 
   testing::ScopedLogCapture log;
   IntentActionQueue gone(folder_.path() / "missing", PosixFileSystem::shared(), clock_, uuids_);
-  MarkTaskDoneIntent{.task = {"t-dig", "Dig"}, .done = true}.perform(gone, widgets);
+  const MarkTaskDoneIntent mark{.task = {"t-dig", "Dig"}, .done = true};
+  const auto failure = mark.perform(gone, widgets).value_or("<recorded>");
   EXPECT_EQ(widgets.reloads, 2) << "the widgets reload even when the queue could not be written";
   ASSERT_EQ(log.messages().size(), 1u);
-  EXPECT_TRUE(log.messages()[0].starts_with("Recording intent action failed: ")) << log.messages()[0];
+  EXPECT_EQ(log.messages()[0], "Recording intent action failed: " + failure);
+  EXPECT_NE(failure.find((folder_.path() / "missing").string()), std::string::npos) << failure;
+
+  IntentActionQueue nowhere(std::nullopt, PosixFileSystem::shared(), clock_, uuids_);
+  EXPECT_EQ(mark.perform(nowhere, widgets), "the folder shared with the widget cannot be found");
 }
 
 // The widget's process appends while the planner's drains: the lock beside the queue keeps every action
