@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Tools/vantrel/CommandEnvironment.hpp"
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/JSON/RecordJSON.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
@@ -45,7 +46,7 @@ template <class Record>
 void printAdded(const CommandEnvironment& environment, const RecordMap<Record>& records,
                 const std::string& name) {
   if (!environment.json()) {
-    std::cout << name << "\n";
+    std::cout << terminalText(name) << "\n";
     return;
   }
   JSONWriter json;

@@ -1,5 +1,6 @@
 #include "Tools/vantrel/StatusCommand.hpp"
 
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
 
 #include <iomanip>
@@ -41,13 +42,19 @@ void printJSON(const CloudKitStore& store) {
   }
   json.endArray();
   optionalRecord(json, "banner", store.lastUIError());
+  json.key("recordFailures");
+  json.startArray();
+  for (const auto& [name, failure] : store.recordFailures()) {
+    encodeRecord(json, failure);
+  }
+  json.endArray();
   json.endObject();
   std::cout << json.text() << "\n";
 }
 
 void printText(const CloudKitStore& store) {
   const auto line = [](const char* label, const std::string& value) {
-    std::cout << std::left << std::setw(17) << label << value << "\n";
+    std::cout << std::left << std::setw(17) << label << terminalText(value) << "\n";
   };
   line("sync health", std::string(syncHealthName(store.syncHealth())));
   line("waiting to send",
@@ -66,6 +73,11 @@ void printText(const CloudKitStore& store) {
   }
   if (const auto& banner = store.lastUIError()) {
     line("banner", banner->summary);
+  }
+  for (const auto& [name, failure] : store.recordFailures()) {
+    const std::string record = (failure.recordType.empty() ? "" : failure.recordType + " ") + name;
+    line(failure.operation == "fetch" ? "unreadable" : "not sent",
+         record + ": " + failure.errorDescription + ", " + LastEditedFormat::string(failure.date));
   }
 }
 

@@ -1,6 +1,7 @@
 #include "Tools/vantrel/SyncCommand.hpp"
 
 #include "Tools/vantrel/StoreSession.hpp"
+#include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
 
@@ -12,12 +13,13 @@ namespace vantrel::cli {
 void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
   StoreSession session(environment);
   if (const auto banner = session.finish(false)) {
-    std::cerr << "vantrel: " << *banner << "\n";
+    std::cerr << "vantrel: " << terminalText(*banner) << "\n";
   }
   CloudKitStore& store = session.store();
   const auto& cloudFile = environment.cloudDatabaseFile();
 
-  const std::string account = store.container().fetchUserRecordID().recordName;
+  const std::string account =
+      store.isOffline() ? store.cache().currentUserRef() : store.container().fetchUserRecordID().recordName;
   const auto& lastFetch = store.lastFetch();
   if (environment.json()) {
     JSONWriter json;
@@ -41,7 +43,7 @@ void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
     return;
   }
   const auto line = [&](const char* label, const std::string& value) {
-    out << std::left << std::setw(16) << label << value << "\n";
+    out << std::left << std::setw(16) << label << terminalText(value) << "\n";
   };
   line("account", account);
   line("cloud database", cloudFile.string());

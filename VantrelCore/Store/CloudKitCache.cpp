@@ -1,6 +1,7 @@
 #include "VantrelCore/Store/CloudKitCache.hpp"
 
 #include "VantrelCore/Platform/DeviceSettings.hpp"
+#include "VantrelCore/Sync/CloudKitDomainRecord.hpp"
 
 #include <utility>
 
@@ -37,7 +38,100 @@ void reindexBy(const Record* before, const Record* after, std::string Record::*k
 
 CloudKitCache::CloudKitCache() : days_(DeviceSettings::timeZone()) {}
 
+template <class Record> void CloudKitCache::remember(const std::string& recordName) {
+  if (!rollbackLog_) {
+    return;
+  }
+  const auto& map = data_.records<Record>();
+  if (!rollbackLog_->remembered.emplace(&map, recordName).second) {
+    return;
+  }
+  std::optional<Record> before;
+  if (const auto found = map.find(recordName); found != map.end()) {
+    before = found->second;
+  }
+  rollbackLog_->undo.push_back([recordName, before = std::move(before)](CloudKitCache& cache) {
+    if (before) {
+      cache.upsert(*before);
+    } else {
+      cache.remove<Record>(recordName);
+    }
+  });
+}
+
+void CloudKitCache::rememberAll() {
+  if (rollbackLog_) {
+    rollbackLog_->undo.push_back([before = data_](CloudKitCache& cache) { cache.replaceAll(before); });
+  }
+}
+
+void CloudKitCache::openRollbackLog() {
+  rollbackLog_.emplace();
+}
+
+void CloudKitCache::closeRollbackLog() {
+  rollbackLog_.reset();
+}
+
+void CloudKitCache::rollBack() {
+  if (!rollbackLog_) {
+    return;
+  }
+  auto undo = std::move(rollbackLog_->undo);
+  rollbackLog_.reset();
+  for (auto step = undo.rbegin(); step != undo.rend(); ++step) {
+    (*step)(*this);
+  }
+}
+
+bool CloudKitCache::copyRecord(std::string_view recordName, Snapshot& target) const {
+  if (recordName == schemaVersionRecordName) {
+    target.schemaVersion = data_.schemaVersion;
+    return data_.schemaVersion.has_value();
+  }
+  // Record names are unique across types, so the first map that holds the name holds the record.
+  bool found = false;
+  std::apply(
+      [&](const auto&... map) {
+        (
+            [&](const auto& member) {
+              const auto& records = data_.*member;
+              if (const auto record = records.find(std::string(recordName));
+                  !found && record != records.end()) {
+                (target.*member).insert_or_assign(record->first, record->second);
+                found = true;
+              }
+            }(map.second),
+            ...);
+      },
+      Snapshot::maps());
+  return found;
+}
+
+bool CloudKitCache::removeNamed(std::string_view recordName) {
+  if (recordName == schemaVersionRecordName) {
+    const bool had = data_.schemaVersion.has_value();
+    setSchemaVersion(std::nullopt);
+    return had;
+  }
+  bool removed = false;
+  std::apply(
+      [&](const auto&... map) {
+        (
+            [&](const auto& member) {
+              using Record = typename std::remove_cvref_t<decltype(data_.*member)>::mapped_type;
+              if (!removed && (data_.*member).contains(std::string(recordName))) {
+                removed = remove<Record>(recordName);
+              }
+            }(map.second),
+            ...);
+      },
+      Snapshot::maps());
+  return removed;
+}
+
 template <class Record> void CloudKitCache::upsert(Record record) {
+  remember<Record>(record.recordName);
   auto& map = data_.records<Record>();
   std::optional<Record> before;
   const Record* after = nullptr;
@@ -53,6 +147,7 @@ template <class Record> void CloudKitCache::upsert(Record record) {
 }
 
 template <class Record> bool CloudKitCache::remove(std::string_view recordName) {
+  remember<Record>(std::string(recordName));
   auto removed = data_.records<Record>().extract(std::string(recordName));
   if (removed) {
     reindex(&removed.mapped(), static_cast<const Record*>(nullptr));
@@ -79,6 +174,10 @@ VANTREL_CACHE_RECORD_TYPE(SharingUserNameRecord)
 #undef VANTREL_CACHE_RECORD_TYPE
 
 void CloudKitCache::setSchemaVersion(std::optional<SchemaVersionRecord> schemaVersion) {
+  if (rollbackLog_ && rollbackLog_->remembered.emplace(&data_.schemaVersion, "").second) {
+    rollbackLog_->undo.push_back(
+        [before = data_.schemaVersion](CloudKitCache& cache) { cache.setSchemaVersion(before); });
+  }
   data_.schemaVersion = std::move(schemaVersion);
   mutated();
 }
@@ -96,13 +195,16 @@ void CloudKitCache::setDayIndexTimeZone(const icu::TimeZone& zone) {
 }
 
 void CloudKitCache::replaceAll(Snapshot snapshot) {
+  rememberAll();
   data_ = std::move(snapshot);
   data_.snapshotVersion = Snapshot::currentSnapshotVersion;
+  data_.localCommit.reset();
   rebuildIndexes();
   mutated();
 }
 
 void CloudKitCache::removeAll() {
+  rememberAll();
   std::string user = std::move(data_.currentUserRef);
   data_ = Snapshot{};
   data_.currentUserRef = std::move(user);

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <functional>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unicode/timezone.h>
@@ -94,10 +95,34 @@ public:
 
   /// A copy of every record, to encode away from the live maps.
   Snapshot snapshot() const;
+  /// Copies the record of that name (of whatever type, the schema record included) into `target`; false
+  /// when the cache holds none.
+  bool copyRecord(std::string_view recordName, Snapshot& target) const;
+  /// Removes the record of that name, whatever its type; false when there was none.
+  bool removeNamed(std::string_view recordName);
+
+  /// While the log is open every change remembers what it replaced, so that rollBack() can put the cache
+  /// back as it was when the log opened (and close it). A change of many records that fails half-way
+  /// then leaves nothing behind.
+  void openRollbackLog();
+  void rollBack();
+  /// Keeps the changes and forgets what they replaced.
+  void closeRollbackLog();
 
 private:
   void rebuildIndexes();
   void mutated();
+  /// Remembers the record as it is before its first change while the log is open.
+  template <class Record> void remember(const std::string& recordName);
+  /// Remembers everything before a change of all records.
+  void rememberAll();
+
+  struct RollbackLog {
+    /// Records already remembered, by their map and name.
+    std::set<std::pair<const void*, std::string>> remembered;
+    /// Puts back what the changes replaced, in the reverse order of the changes.
+    std::vector<std::function<void(CloudKitCache&)>> undo;
+  };
 
   template <class Record> void reindex(const Record* before, const Record* after);
   void reindex(const TaskRecord* before, const TaskRecord* after);
@@ -132,6 +157,7 @@ private:
   RecordNameIndex mySchedulesByTask_{};
   std::int64_t dataVersion_ = 0;
   MutationHandler onMutation_{};
+  std::optional<RollbackLog> rollbackLog_{};
 };
 
 } // namespace vantrel

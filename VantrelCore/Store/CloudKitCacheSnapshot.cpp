@@ -28,9 +28,18 @@ std::size_t CloudKitCacheSnapshot::recordCount() const {
 std::string CloudKitCacheSnapshot::encodeJSON() const {
   JSONWriter writer;
   writer.reserve(recordCount() * estimatedBytesPerRecord);
+  encode(writer);
+  return writer.takeText();
+}
+
+void CloudKitCacheSnapshot::encode(JSONWriter& writer) const {
   writer.startObject();
   writer.key("snapshotVersion");
   writer.int64(snapshotVersion);
+  if (localCommit) {
+    writer.key("localCommit");
+    writer.int64(*localCommit);
+  }
   writer.key("currentUserRef");
   writer.string(currentUserRef);
   std::apply([&](const auto&... map) { (encodeRecordMap(writer, map.first, this->*map.second), ...); },
@@ -40,18 +49,22 @@ std::string CloudKitCacheSnapshot::encodeJSON() const {
     encodeRecord(writer, *schemaVersion);
   }
   writer.endObject();
-  return writer.takeText();
 }
 
 CloudKitCacheSnapshot CloudKitCacheSnapshot::decodeJSON(std::string_view text) {
-  const auto document = parseJSON(text);
-  readJSONObject(document);
+  return decode(parseJSON(text));
+}
+
+CloudKitCacheSnapshot CloudKitCacheSnapshot::decode(const rapidjson::Value& object) {
+  readJSONObject(object);
   CloudKitCacheSnapshot snapshot;
   snapshot.snapshotVersion = 0;
-  for (const auto& member : document.GetObject()) {
+  for (const auto& member : object.GetObject()) {
     const std::string_view key(member.name.GetString(), member.name.GetStringLength());
     if (key == "snapshotVersion") {
       snapshot.snapshotVersion = nested(std::string(key), [&] { return readJSONInt64(member.value); });
+    } else if (key == "localCommit") {
+      snapshot.localCommit = nested(std::string(key), [&] { return readJSONInt64(member.value); });
     } else if (key == "currentUserRef") {
       snapshot.currentUserRef =
           nested(std::string(key), [&] { return std::string(readJSONString(member.value)); });

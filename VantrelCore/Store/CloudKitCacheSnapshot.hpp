@@ -1,5 +1,7 @@
 #pragma once
 
+#include "VantrelCore/JSON/JSONWriter.hpp"
+#include "VantrelCore/JSON/RapidJSON.hpp"
 #include "VantrelCore/Model/AreaRecord.hpp"
 #include "VantrelCore/Model/AreaSectionRecord.hpp"
 #include "VantrelCore/Model/DayRecord.hpp"
@@ -33,6 +35,9 @@ struct CloudKitCacheSnapshot {
   static constexpr std::int64_t currentSnapshotVersion = 1;
 
   std::int64_t snapshotVersion = currentSnapshotVersion;
+  /// The save point that wrote the file (see LocalCommit); absent in a copy of the cache and in files of
+  /// older builds.
+  std::optional<std::int64_t> localCommit{};
   std::string currentUserRef{};
   RecordMap<AreaRecord> areas{};
   RecordMap<ProjectRecord> projects{};
@@ -78,10 +83,14 @@ struct CloudKitCacheSnapshot {
 
   /// Compact JSON: the version, the user, then each map as an object from record name to record.
   std::string encodeJSON() const;
+  /// The same object, written into a larger text.
+  void encode(JSONWriter& writer) const;
   /// Tolerant at the top level (any key may be missing; unknown keys are ignored), strict inside records.
   /// A value of the wrong shape anywhere fails the whole decode with a DecodingError whose coding path
   /// names where ("tasks/t-1/title"); so does a record filed under another name than its own.
   static CloudKitCacheSnapshot decodeJSON(std::string_view text);
+  /// The same for an object already parsed, e.g. one nested in another file.
+  static CloudKitCacheSnapshot decode(const rapidjson::Value& object);
 
   friend bool operator==(const CloudKitCacheSnapshot&, const CloudKitCacheSnapshot&) = default;
 };

@@ -108,10 +108,27 @@ void CloudKitPersistence::writeServerCopies(std::span<const ServerCopy> copies) 
   std::vector<AtomicFileWriter::File> files;
   files.reserve(copies.size() * 2);
   for (const auto& copy : copies) {
-    files.push_back({systemFieldsFile(copy.recordType, copy.recordName), copy.systemFields});
-    files.push_back({baseRecordFile(copy.recordName), copy.baseRecord});
+    if (copy.systemFields) {
+      files.push_back({systemFieldsFile(copy.recordType, copy.recordName), *copy.systemFields});
+    }
+    if (copy.baseRecord) {
+      files.push_back({baseRecordFile(copy.recordName), *copy.baseRecord});
+    }
   }
-  AtomicFileWriter(fileSystem_).writeFiles(files);
+  if (!files.empty()) {
+    AtomicFileWriter(fileSystem_).writeFiles(files);
+  }
+}
+
+void CloudKitPersistence::setAside(const std::filesystem::path& file, const Logger& logger) const {
+  std::filesystem::path aside = file;
+  aside += ".damaged";
+  try {
+    fileSystem_.rename(file, aside);
+    fileSystem_.syncDirectory(aside.parent_path());
+  } catch (const std::exception& error) {
+    logger.error("Could not set the damaged file aside: %@", error.what());
+  }
 }
 
 void CloudKitPersistence::write(std::string_view data, const std::filesystem::path& file) const {

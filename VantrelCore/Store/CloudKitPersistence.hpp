@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Platform/FileSystem.hpp"
+#include "VantrelCore/Platform/Logger.hpp"
 #include "VantrelCore/Platform/VantrelPaths.hpp"
 
 #include <filesystem>
@@ -40,6 +41,8 @@ public:
     return rootDirectory() / "sync-engine-state-shared.bin";
   }
   std::filesystem::path sharedRecordsSnapshotURL() const { return rootDirectory() / "shared-records.bin"; }
+  /// The changes waiting to be sent, with their records (PendingChangeJournal).
+  std::filesystem::path pendingChangesURL() const { return rootDirectory() / "pending-changes.json"; }
   std::filesystem::path systemFieldsDirectory() const { return rootDirectory() / "systemfields"; }
   std::filesystem::path baseRecordsDirectory() const { return rootDirectory() / "base"; }
 
@@ -59,6 +62,15 @@ public:
   void writeSharedRecordsSnapshot(std::string_view data) const { write(data, sharedRecordsSnapshotURL()); }
   void deleteSharedRecordsSnapshot() const { remove(sharedRecordsSnapshotURL()); }
 
+  std::optional<std::string> readPendingChanges() const { return read(pendingChangesURL()); }
+  void writePendingChanges(std::string_view data) const { write(data, pendingChangesURL()); }
+  void deletePendingChanges() const { remove(pendingChangesURL()); }
+
+  /// Keeps an unreadable file for a person to look at, as `file` + ".damaged" (replacing an older one),
+  /// so that the next write does not destroy the evidence. A failure is logged on `logger`: the file then
+  /// stays, and is replaced by the next write like any other.
+  void setAside(const std::filesystem::path& file, const Logger& logger) const;
+
   std::optional<std::string> readSystemFields(std::string_view recordType, std::string_view recordName) const;
   void writeSystemFields(std::string_view data, std::string_view recordType,
                          std::string_view recordName) const;
@@ -67,14 +79,14 @@ public:
   void deleteSystemFieldsByName(std::string_view recordName) const;
   void wipeAllSystemFields() const;
 
-  /// What the store keeps of one record as the server holds it.
+  /// What the store keeps of one record as the server holds it: its bookkeeping, its whole record, or both.
   struct ServerCopy {
-    std::string recordType;
-    std::string recordName;
-    std::string systemFields;
-    std::string baseRecord;
+    std::string recordType{};
+    std::string recordName{};
+    std::optional<std::string> systemFields{};
+    std::optional<std::string> baseRecord{};
   };
-  /// Writes the system fields and the base copy of many records, each file atomically, with one sync for
+  /// Writes the system fields and base copies of many records, each file atomically, with one sync for
   /// all of them: what a fetched batch costs stays near what writing its bytes costs.
   void writeServerCopies(std::span<const ServerCopy> copies) const;
 

@@ -25,11 +25,7 @@ void CloudKitStore::handleConflict(const CloudError& error) {
   const auto& type = server.recordType();
   const auto& name = server.recordID().recordName;
   const auto keepServerTag = [&] {
-    try {
-      persistence_.writeSystemFields(server.systemFieldsData(), type, name);
-    } catch (const std::exception& failure) {
-      logger_.error("Failed to store change tag for %s/%s: %@", type, name, failure.what());
-    }
+    commits_.serverCopies().keepSystemFields(type, name, server.systemFieldsData());
   };
 
   if (const auto kept = keptConfirmedTags_.find(name);
@@ -50,7 +46,7 @@ void CloudKitStore::handleConflict(const CloudError& error) {
   }
 
   std::optional<CloudRecord> ancestor;
-  if (const auto base = persistence_.readBaseRecord(name)) {
+  if (const auto base = keptBaseRecord(name)) {
     try {
       ancestor = unarchiveWholeCKRecord(*base);
     } catch (const CloudKitRecordError& unreadable) {
@@ -125,7 +121,7 @@ SyncHealth CloudKitStore::syncHealth() const {
       consecutiveFetchFailures_ > 5) {
     return SyncHealth::broken;
   }
-  if ((lastFetch_ && lastFetch_->errorDescription) ||
+  if (!recordFailures_.empty() || (lastFetch_ && lastFetch_->errorDescription) ||
       (pendingSince_ && now.timeIntervalSince(*pendingSince_) > 30) ||
       (lastFetch_ && now.timeIntervalSince(lastFetch_->when) > 300) || consecutiveFetchFailures_ > 2) {
     return SyncHealth::degraded;
@@ -138,7 +134,14 @@ SyncStatus CloudKitStore::syncStatus() const {
                     .consecutiveFetchFailures = consecutiveFetchFailures_,
                     .pendingSince = pendingSince_,
                     .recentConflicts = recentConflicts_,
-                    .lastUIError = lastUIError_};
+                    .lastUIError = lastUIError_,
+                    .recordFailures = [&] {
+                      std::vector<RecordSyncFailure> failures;
+                      for (const auto& [name, failure] : recordFailures_) {
+                        failures.push_back(failure);
+                      }
+                      return failures;
+                    }()};
 }
 
 void CloudKitStore::restoreSyncStatus(SyncStatus status) {
@@ -151,6 +154,10 @@ void CloudKitStore::restoreSyncStatus(SyncStatus status) {
   }
   lastConflict_ = recentConflicts_.empty() ? std::nullopt : std::optional(recentConflicts_.back());
   lastUIError_ = std::move(status.lastUIError);
+  for (auto& failure : status.recordFailures) {
+    auto name = failure.recordName;
+    recordFailures_.insert_or_assign(std::move(name), std::move(failure));
+  }
 }
 
 void CloudKitStore::reportUIWriteFailure(std::string_view operation, const std::exception& error) {

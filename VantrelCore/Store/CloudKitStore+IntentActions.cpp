@@ -14,9 +14,7 @@ void CloudKitStore::drainPendingIntentActions() {
     logger_.info("Intent actions wait: %@", error.what());
     return;
   }
-  IntentActionQueue queue(persistence_.sharedDirectory(), persistence_.fileSystem(), environment_.clock,
-                          environment_.uuids ? *environment_.uuids : randomUUIDs_);
-  const auto pending = queue.pending();
+  const auto pending = IntentActionQueue::read(persistence_.fileSystem(), persistence_.sharedDirectory());
   if (pending.empty()) {
     return;
   }
@@ -29,13 +27,10 @@ void CloudKitStore::drainPendingIntentActions() {
     }
     handled.insert(action.id);
   }
-  try {
-    queue.remove(handled);
-  } catch (const std::exception& error) {
-    // The actions stay queued and are applied again by the next drain; setting a done state twice is
-    // harmless.
-    logger_.error("Removing drained intent actions failed: %@", error.what());
-  }
+  // The actions leave the queue only once a save point holds what they did: taken off earlier, a crash
+  // would lose them, and the widget, which lays the queue over the snapshot, would show the old state in
+  // between. Until then a second drain applies them again, which is harmless.
+  commits_.removeIntentActionsAfterSave(handled);
 }
 
 } // namespace vantrel

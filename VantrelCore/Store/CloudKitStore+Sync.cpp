@@ -12,7 +12,7 @@ std::optional<CloudRecord> CloudKitStore::buildRecord(const CloudRecordID& recor
   const auto build = [&]<class Record>(const Record& entity) {
     const auto recordType = CloudKitDomainRecord<Record>::recordType;
     try {
-      if (const auto kept = persistence_.readSystemFields(recordType, recordID.recordName)) {
+      if (const auto kept = keptSystemFields(recordType, recordID.recordName)) {
         record = unarchiveCKRecord(*kept);
         applyToCloudRecord(entity, *record);
         return;
@@ -47,24 +47,29 @@ std::optional<CloudRecord> CloudKitStore::buildRecord(const CloudRecordID& recor
   return record;
 }
 
+// The copies reach the disk with the next save point, after the records they describe.
 void CloudKitStore::keepServerCopies(std::span<const CloudRecord* const> records) {
-  if (records.empty()) {
-    return;
-  }
-  std::vector<CloudKitPersistence::ServerCopy> copies;
-  copies.reserve(records.size());
+  auto& copies = commits_.serverCopies();
   for (const CloudRecord* record : records) {
-    copies.push_back({record->recordType(), record->recordID().recordName, record->systemFieldsData(),
-                      record->wholeRecordData()});
+    const auto& name = record->recordID().recordName;
+    copies.keepSystemFields(record->recordType(), name, record->systemFieldsData());
+    copies.keepBaseRecord(name, record->wholeRecordData());
   }
-  try {
-    persistence_.writeServerCopies(copies);
-  } catch (const std::exception& error) {
-    for (const CloudRecord* record : records) {
-      logger_.error("Failed to store change tag for %s/%s: %@", record->recordType(),
-                    record->recordID().recordName, error.what());
-    }
+}
+
+std::optional<std::string> CloudKitStore::keptSystemFields(std::string_view recordType,
+                                                           std::string_view recordName) const {
+  if (auto kept = commits_.serverCopies().systemFields(recordType, recordName)) {
+    return std::move(*kept);
   }
+  return persistence_.readSystemFields(recordType, recordName);
+}
+
+std::optional<std::string> CloudKitStore::keptBaseRecord(std::string_view recordName) const {
+  if (auto kept = commits_.serverCopies().baseRecord(recordName)) {
+    return std::move(*kept);
+  }
+  return persistence_.readBaseRecord(recordName);
 }
 
 void CloudKitStore::keepServerCopy(const CloudRecord& record) {
@@ -110,6 +115,7 @@ bool CloudKitStore::takeIntoCache(const CloudRecord& record) {
       taken = true;
     } catch (const CloudKitRecordError& error) {
       logger_.error("Failed to parse CKRecord %s/%s: %@", type, record.recordID().recordName, error.what());
+      recordUnreadable(type, record.recordID().recordName, error.what());
     }
   });
   if (!known) {
@@ -131,8 +137,7 @@ void CloudKitStore::removeFromCache(std::string_view recordType, std::string_vie
 void CloudKitStore::removeFetched(const CloudDeletedRecord& deleted) {
   const auto& name = deleted.recordID.recordName;
   removeFromCache(deleted.recordType, name);
-  persistence_.deleteSystemFields(deleted.recordType, name);
-  persistence_.deleteSystemFieldsByName(name);
+  commits_.serverCopies().forgetSystemFieldsByName(name);
 }
 
 void CloudKitStore::confirmSaves(std::span<const CloudRecord> records) {
@@ -157,6 +162,12 @@ void CloudKitStore::confirmSaves(std::span<const CloudRecord> records) {
     }
   }
   keepServerCopies(keptOnly);
+  for (const auto& record : records) {
+    if (const auto failure = recordFailures_.find(record.recordID().recordName);
+        failure != recordFailures_.end() && failure->second.operation == "save") {
+      recordFailures_.erase(failure);
+    }
+  }
   ingest(confirmed);
   updatePendingWrites();
 }
@@ -177,6 +188,7 @@ void CloudKitStore::handleFailedSave(const CloudRecord& record, const CloudError
   case CloudErrorCode::serverRecordChanged:
     if (!error.serverRecord()) {
       logger_.error("serverRecordChanged with no serverRecord; cannot resolve");
+      parkFailedChange(PendingRecordZoneChange::save(record.recordID()), type, error);
       break;
     }
     handleConflict(error);
@@ -198,9 +210,108 @@ void CloudKitStore::handleFailedSave(const CloudRecord& record, const CloudError
     logger_.error("Unhandled save failure: code=%{public}ld type=%{public}s name=%{public}s",
                   std::int64_t(error.code()), type, name);
     lastUIError_ = UIError{SyncErrorMessage::forError(error, externalBridgeLockOwnerName_), false};
+    parkFailedChange(PendingRecordZoneChange::save(record.recordID()), type, error);
     break;
   }
   updatePendingWrites();
+}
+
+void CloudKitStore::handleFailedDelete(const CloudRecordID& recordID, const CloudError& error) {
+  if (SyncEngine::isRetryable(error.code())) {
+    return;
+  }
+  if (error.code() == CloudErrorCode::unknownItem) {
+    // Gone already: what the delete wanted.
+    commits_.serverCopies().forgetSystemFieldsByName(recordID.recordName);
+    return;
+  }
+  logger_.error("Unhandled delete failure: code=%{public}ld name=%{public}s", std::int64_t(error.code()),
+                recordID.recordName);
+  lastUIError_ = UIError{SyncErrorMessage::forError(error, externalBridgeLockOwnerName_), false};
+  parkFailedChange(PendingRecordZoneChange::remove(recordID), "", error);
+  updatePendingWrites();
+}
+
+// A refused change is never dropped: the user made it, and only a later change of theirs may replace it.
+// It waits outside the engine, so that this send does not spin on it, and goes again with the next sync.
+void CloudKitStore::parkFailedChange(PendingRecordZoneChange change, std::string_view recordType,
+                                     const CloudError& error) {
+  const auto name = change.recordID.recordName;
+  const bool save = change.kind == PendingRecordZoneChange::Kind::saveRecord;
+  recordFailures_.insert_or_assign(name, RecordSyncFailure{.operation = save ? "save" : "delete",
+                                                           .recordType = std::string(recordType),
+                                                           .recordName = name,
+                                                           .errorDescription = error.what(),
+                                                           .date = environment_.clock.now()});
+  parkedChanges_.insert_or_assign(name, std::move(change));
+}
+
+void CloudKitStore::recordUnreadable(std::string recordType, std::string recordName,
+                                     std::string errorDescription) {
+  auto name = recordName;
+  recordFailures_.insert_or_assign(std::move(name),
+                                   RecordSyncFailure{.operation = "fetch",
+                                                     .recordType = std::move(recordType),
+                                                     .recordName = std::move(recordName),
+                                                     .errorDescription = std::move(errorDescription),
+                                                     .date = environment_.clock.now()});
+}
+
+std::vector<PendingRecordZoneChange> CloudKitStore::parkedChangeList() const {
+  std::vector<PendingRecordZoneChange> changes;
+  for (const auto& name : pendingQuotaRetries_) {
+    changes.push_back(PendingRecordZoneChange::save(CloudRecordID{name, zoneID()}));
+  }
+  for (const auto& [name, change] : parkedChanges_) {
+    changes.push_back(change);
+  }
+  return changes;
+}
+
+std::vector<PendingRecordZoneChange> CloudKitStore::changesToKeep() const {
+  auto changes = syncEngine_ ? syncEngine_->state().pendingRecordZoneChanges() : restoredPendingChanges_;
+  for (auto& change : parkedChangeList()) {
+    changes.push_back(std::move(change));
+  }
+  return changes;
+}
+
+void CloudKitStore::retryRecordFailures() {
+  if (!syncEngine_) {
+    return;
+  }
+  if (!parkedChanges_.empty()) {
+    std::vector<PendingRecordZoneChange> changes;
+    for (auto& [name, change] : std::exchange(parkedChanges_, {})) {
+      changes.push_back(std::move(change));
+    }
+    addPendingChanges(changes);
+    logger_.info("Re-queued %{public}ld refused change(s)", std::int64_t(changes.size()));
+  }
+  if (isOffline()) {
+    return;
+  }
+  // A record that could not be read may have been repaired (or deleted) since; a handful each time, so a
+  // zone full of bad rows cannot make every fetch slow.
+  constexpr std::size_t unreadableRetriesPerFetch = 20;
+  std::vector<std::string> unreadable;
+  for (const auto& [name, failure] : recordFailures_) {
+    if (failure.operation == "fetch" && unreadable.size() < unreadableRetriesPerFetch) {
+      unreadable.push_back(name);
+    }
+  }
+  for (const auto& name : unreadable) {
+    try {
+      const CloudRecord record =
+          container().fetchRecord(CloudDatabaseScope::privateDatabase, CloudRecordID{name, zoneID()});
+      recordFailures_.erase(name);
+      ingest(std::span(&record, 1));
+    } catch (const CloudError& error) {
+      if (error.code() == CloudErrorCode::unknownItem) {
+        recordFailures_.erase(name);
+      }
+    }
+  }
 }
 
 // Emptying the cache and forgetting the engine state makes the next fetch start from nothing. The kept
@@ -212,7 +323,7 @@ void CloudKitStore::handleZoneDeletion(CloudKitZoneDeleteReason reason) {
   keptConfirmedTags_.clear();
   persistence_.deleteSyncEngineState();
   if (reason != CloudKitZoneDeleteReason::encryptedDataReset) {
-    persistence_.wipeAllSystemFields();
+    commits_.serverCopies().forgetAllSystemFields();
     schemaMigrationComplete_ = false;
   }
   ++dataVersion_;

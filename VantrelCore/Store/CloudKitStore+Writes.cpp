@@ -33,6 +33,29 @@ void CloudKitStore::addPendingChanges(std::span<const PendingRecordZoneChange> c
   lastWrite_ = WriteOutcome{environment_.clock.now(), std::int64_t(changes.size()), std::nullopt};
 }
 
+void CloudKitStore::performAtomically(const std::function<void()>& change) {
+  const auto undoable = lastUndoable_;
+  const auto copies = commits_.serverCopies();
+  cache_.openRollbackLog();
+  ++writeBatchDepth_;
+  try {
+    change();
+  } catch (...) {
+    --writeBatchDepth_;
+    if (writeBatchDepth_ == 0) {
+      batchedChanges_.clear();
+    }
+    cache_.rollBack();
+    commits_.serverCopies() = copies;
+    lastUndoable_ = undoable;
+    throw;
+  }
+  cache_.closeRollbackLog();
+  if (--writeBatchDepth_ == 0) {
+    addPendingChanges(std::exchange(batchedChanges_, {}));
+  }
+}
+
 CloudKitStore::WriteBatch::~WriteBatch() {
   if (--store_.writeBatchDepth_ == 0) {
     store_.addPendingChanges(std::exchange(store_.batchedChanges_, {}));
@@ -40,7 +63,9 @@ CloudKitStore::WriteBatch::~WriteBatch() {
 }
 
 void CloudKitStore::updatePendingWrites() {
-  pendingWriteCount_ = syncEngine_ ? std::int64_t(syncEngine_->state().pendingRecordZoneChanges().size()) : 0;
+  pendingWriteCount_ =
+      (syncEngine_ ? std::int64_t(syncEngine_->state().pendingRecordZoneChanges().size()) : 0) +
+      std::int64_t(pendingQuotaRetries_.size() + parkedChanges_.size());
   if (pendingWriteCount_ == 0) {
     pendingSince_.reset();
   } else if (!pendingSince_) {
@@ -51,7 +76,7 @@ void CloudKitStore::updatePendingWrites() {
 void CloudKitStore::deleteRecord(std::string_view recordType, std::string_view recordName) {
   guardWrite();
   removeFromCache(recordType, recordName);
-  persistence_.deleteSystemFields(recordType, recordName);
+  commits_.serverCopies().forgetSystemFields(recordType, recordName);
   enqueue(PendingRecordZoneChange::remove(CloudRecordID{std::string(recordName), zoneID()}));
 }
 

@@ -3,8 +3,10 @@
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
 #include "VantrelCore/Store/CloudKitSyncDelegate.hpp"
+#include "VantrelCore/Store/SavedEngineState.hpp"
 #include "VantrelCore/Store/SharedSyncEngineDelegate.hpp"
 #include "VantrelCore/Sync/CloudRecordArchive.hpp"
+#include "VantrelCore/Sync/UnreachableCloudDatabase.hpp"
 
 #include <utility>
 
@@ -13,11 +15,15 @@ namespace vantrel {
 CloudKitStore::CloudKitStore(CloudKitPersistence persistence, Environment environment)
     : persistence_(std::move(persistence)), environment_(std::move(environment)),
       logger_("com.vantrel.vantrel", "CloudKit"),
-      snapshots_(
+      commits_(
           cache_, persistence_, environment_.owner, environment_.snapshotQueue, environment_.clock,
-          [this] { ++dataVersion_; }, environment_.widgets),
+          [this](LocalCommit& commit) { captureCommit(commit); }, [this] { ++dataVersion_; },
+          environment_.widgets),
       self_(std::make_shared<CloudKitStore*>(this)) {
-  snapshots_.restore();
+  const auto& restored = commits_.restore();
+  restorePendingChanges();
+  // Tokens are only as good as the records they cover: those must have come whole from a snapshot.
+  recordsCoverTokens_ = !restored.errorDescription && restored.fileSize > 0;
   try {
     if (const auto bytes = persistence_.readSharedRecordsSnapshot()) {
       sharedRecords_ = SharedRecordStore::decodeJSON(*bytes);
@@ -36,48 +42,149 @@ CloudDatabase& CloudKitStore::container() {
   return *container_;
 }
 
-std::optional<SyncEngineState> CloudKitStore::loadEngineState(std::optional<std::string> bytes,
-                                                              std::string_view failureFormat) {
-  if (!bytes) {
-    logger_.info("No saved engine state on disk");
-    return std::nullopt;
-  }
+void CloudKitStore::restorePendingChanges() {
+  std::optional<std::string> bytes;
+  PendingChangeJournal journal;
   try {
-    return SyncEngineState::deserialize(*bytes);
-  } catch (const DecodingError& error) {
-    logger_.error(failureFormat, error.what());
-    return std::nullopt;
-  }
-}
-
-void CloudKitStore::start() {
-  if (syncEngine_ || isStarting_) {
+    bytes = persistence_.readPendingChanges();
+    if (!bytes) {
+      return;
+    }
+    journal = PendingChangeJournal::decodeJSON(*bytes);
+  } catch (const std::exception& error) {
+    journalUnreadable_ = true;
+    logger_.error("Failed to restore pending changes: %@", error.what());
+    if (bytes) {
+      persistence_.setAside(persistence_.pendingChangesURL(), logger_);
+    }
     return;
   }
-  isStarting_ = true;
-  try {
-    accountStatus_ = container().accountStatus();
-  } catch (const std::exception& error) {
-    logger_.error("accountStatus failed: %@", error.what());
-    isStarting_ = false;
-    throw;
+  commits_.noteLocalCommitOnDisk(journal.localCommit);
+  // A journal older than the snapshot lists the right changes, but the snapshot holds newer records.
+  const auto snapshotCommit = commits_.restoredLocalCommit();
+  const bool layOver = !snapshotCommit || journal.localCommit >= *snapshotCommit;
+  std::apply(
+      [&](const auto&... map) {
+        (
+            [&](const auto& member) {
+              for (const auto& [name, record] : journal.saves.*member) {
+                if (layOver) {
+                  cache_.upsert(record);
+                }
+                restoredPendingChanges_.push_back(
+                    PendingRecordZoneChange::save(CloudRecordID{name, zoneID()}));
+              }
+            }(map.second),
+            ...);
+      },
+      CloudKitCacheSnapshot::maps());
+  if (journal.saves.schemaVersion) {
+    if (layOver) {
+      cache_.setSchemaVersion(journal.saves.schemaVersion);
+    }
+    restoredPendingChanges_.push_back(
+        PendingRecordZoneChange::save(CloudRecordID{std::string(schemaVersionRecordName), zoneID()}));
   }
-  // Without an available account there is nothing to sync with; the host picks the screen that
-  // explains the status from accountStatus().
-  if (accountStatus_ != CloudAccountStatus::available) {
-    isStarting_ = false;
-    throw CloudKitStoreError::noICloudAccount();
+  for (const auto& name : journal.deletes) {
+    if (layOver) {
+      cache_.removeNamed(name);
+    }
+    restoredPendingChanges_.push_back(PendingRecordZoneChange::remove(CloudRecordID{name, zoneID()}));
   }
+  logger_.info("Restored %ld pending changes", std::int64_t(restoredPendingChanges_.size()));
+}
 
-  auto privateState = loadEngineState(persistence_.readSyncEngineState(),
-                                      "Saved engine state failed to decode (%@); starting cold");
-  auto sharedState = loadEngineState(persistence_.readSharedSyncEngineState(),
-                                     "Saved shared engine state failed to decode (%@); starting cold");
-  const bool restoredState = privateState.has_value();
+std::vector<PendingRecordZoneChange> CloudKitStore::rebuildPendingSaves() {
+  std::vector<PendingRecordZoneChange> saves;
+  std::apply(
+      [&](const auto&... map) {
+        (
+            [&](const auto& member) {
+              using Record = typename std::remove_cvref_t<decltype(cache_.snapshot().*member)>::mapped_type;
+              for (const auto& [name, record] : cache_.records<Record>()) {
+                bool same = false;
+                try {
+                  if (const auto base = keptBaseRecord(name)) {
+                    same = readCloudRecord<Record>(unarchiveWholeCKRecord(*base)) == record;
+                  }
+                } catch (const std::exception& error) {
+                  logger_.error("Base copy of %{public}s unusable: %@", name, error.what());
+                }
+                if (!same) {
+                  saves.push_back(PendingRecordZoneChange::save(CloudRecordID{name, zoneID()}));
+                }
+              }
+            }(map.second),
+            ...);
+      },
+      CloudKitCacheSnapshot::maps());
+  logger_.error("No list of pending changes survived; %ld records differ from their last server copy and "
+                "will be sent again (deletions cannot be recovered)",
+                std::int64_t(saves.size()));
+  return saves;
+}
+
+std::optional<SyncEngineState> CloudKitStore::loadEngineState(const std::filesystem::path& file,
+                                                              std::string_view failureFormat,
+                                                              bool& unreadable) {
+  std::optional<std::string> bytes;
+  SavedEngineState saved;
+  try {
+    bytes = persistence_.fileSystem().readFile(file);
+    if (!bytes) {
+      logger_.info("No saved engine state on disk");
+      return std::nullopt;
+    }
+    saved = SavedEngineState::decode(*bytes);
+  } catch (const std::exception& error) {
+    unreadable = true;
+    logger_.error(failureFormat, error.what());
+    if (bytes) {
+      persistence_.setAside(file, logger_);
+    }
+    return std::nullopt;
+  }
+  if (saved.localCommit) {
+    commits_.noteLocalCommitOnDisk(*saved.localCommit);
+  }
+  const auto snapshotCommit = commits_.restoredLocalCommit();
+  const bool covered =
+      recordsCoverTokens_ && saved.localCommit && snapshotCommit && *saved.localCommit <= *snapshotCommit;
+  if (!covered && saved.state.hasChangeTokens()) {
+    logger_.notice("The records on disk do not cover the saved change tokens; fetching everything again");
+    saved.state.forgetChangeTokens();
+  }
+  return std::move(saved.state);
+}
+
+void CloudKitStore::makeEngines(CloudDatabase& database) {
+  bool privateUnreadable = false;
+  bool sharedUnreadable = false;
+  auto privateState = syncEngine_ ? std::optional(syncEngine_->state())
+                                  : loadEngineState(persistence_.syncEngineStateURL(),
+                                                    "Saved engine state failed to decode (%@); starting cold",
+                                                    privateUnreadable);
+  auto sharedState = sharedSyncEngine_
+                         ? std::optional(sharedSyncEngine_->state())
+                         : loadEngineState(persistence_.sharedSyncEngineStateURL(),
+                                           "Saved shared engine state failed to decode (%@); starting cold",
+                                           sharedUnreadable);
+  restoredState_ = privateState.has_value() && !syncEngine_;
+  std::vector<PendingRecordZoneChange> restored = std::exchange(restoredPendingChanges_, {});
+  // Neither list of what waits survived, but records did: what differs from the server's copy goes again.
+  const bool journalLost =
+      journalUnreadable_ || !persistence_.fileSystem().exists(persistence_.pendingChangesURL());
+  if (!privateState && journalLost && restored.empty() && (privateUnreadable || cache_.recordCount() > 0)) {
+    restored = rebuildPendingSaves();
+  }
+  if (!privateState) {
+    privateState.emplace();
+  }
+  privateState->add(restored);
 
   delegate_ = std::make_shared<CloudKitSyncDelegate>(self_);
   syncEngine_ = std::make_unique<SyncEngine>(
-      SyncEngine::Configuration{.database = container(),
+      SyncEngine::Configuration{.database = database,
                                 .scope = CloudDatabaseScope::privateDatabase,
                                 .state = std::move(privateState),
                                 .delegate = delegate_,
@@ -85,19 +192,39 @@ void CloudKitStore::start() {
                                 .owner = &environment_.owner});
   sharedDelegate_ = std::make_shared<SharedSyncEngineDelegate>(self_);
   sharedSyncEngine_ = std::make_unique<SyncEngine>(
-      SyncEngine::Configuration{.database = container(),
+      SyncEngine::Configuration{.database = database,
                                 .scope = CloudDatabaseScope::sharedDatabase,
                                 .state = std::move(sharedState),
                                 .delegate = sharedDelegate_,
                                 .automaticallySync = environment_.automaticallySync,
                                 .owner = &environment_.owner});
+}
 
+void CloudKitStore::start() {
+  if (syncEngine_ || isStarting_) {
+    return;
+  }
+  isStarting_ = true;
+  // Every way out of start(), a throw included, ends the start.
+  const std::unique_ptr<bool, void (*)(bool*)> starting(&isStarting_, [](bool* flag) { *flag = false; });
+  try {
+    accountStatus_ = container().accountStatus();
+  } catch (const std::exception& error) {
+    logger_.error("accountStatus failed: %@", error.what());
+    throw;
+  }
+  // Without an available account there is nothing to sync with; the host picks the screen that
+  // explains the status from accountStatus().
+  if (accountStatus_ != CloudAccountStatus::available) {
+    throw CloudKitStoreError::noICloudAccount();
+  }
+
+  makeEngines(container());
   logger_.info("Base copies made for %{public}ld records", std::int64_t(makeStartupBaseCopies()));
   updatePendingWrites();
   logger_.info("CloudKitStore started; accountStatus=%s; restoredState=%{bool}d",
-               cloudAccountStatusName(*accountStatus_), restoredState);
+               cloudAccountStatusName(*accountStatus_), restoredState_);
   isStarted_ = true;
-  isStarting_ = false;
 
   // Per-user records (placements, schedules) carry the signed-in user's reference.
   const std::string user = container().fetchUserRecordID().recordName;
@@ -120,22 +247,78 @@ void CloudKitStore::start() {
   });
 }
 
+void CloudKitStore::startOffline(const std::exception& startFailure) {
+  logger_.error("[Vantrel] CloudKit start failed; %d cached records available, proceeding offline. Error: %@",
+                std::int64_t(cache_.recordCount()), startFailure.what());
+  offlineDatabase_ = std::make_unique<UnreachableCloudDatabase>(startFailure.what());
+  // Engines made over the real database before it failed keep their state in the new ones.
+  makeEngines(*offlineDatabase_);
+  if (!isStarted_) {
+    logger_.info("Base copies made for %{public}ld records", std::int64_t(makeStartupBaseCopies()));
+  }
+  updatePendingWrites();
+  // The schema was written before when the cache holds its record; writes may then go on.
+  schemaMigrationComplete_ = cache_.schemaVersion().has_value();
+  // No fetch can happen: the status says so rather than looking healthy.
+  ++consecutiveFetchFailures_;
+  lastFetch_ =
+      WriteOutcome{environment_.clock.now(), std::int64_t(cache_.recordCount()), startFailure.what()};
+  isStarted_ = true;
+  isStarting_ = false;
+  drainPendingIntentActions();
+}
+
+bool CloudKitStore::isOffline() const {
+  return offlineDatabase_ != nullptr;
+}
+
 // A record that waits to be sent has only its cached entity as a possible ancestor when it was never
 // confirmed. One that has a base copy keeps it: overwriting it with the unsent edit would make a later
 // merge take the user's own changes for the server's and drop them.
 std::size_t CloudKitStore::makeStartupBaseCopies() {
   std::size_t made = 0;
+  auto& copies = commits_.serverCopies();
   for (const auto& change : syncEngine_->state().pendingRecordZoneChanges()) {
-    if (change.kind != PendingRecordZoneChange::Kind::saveRecord ||
-        persistence_.hasBaseRecord(change.recordID.recordName)) {
+    const auto& name = change.recordID.recordName;
+    if (change.kind != PendingRecordZoneChange::Kind::saveRecord) {
+      continue;
+    }
+    const auto kept = copies.baseRecord(name);
+    if (kept ? kept->has_value() : persistence_.hasBaseRecord(name)) {
       continue;
     }
     if (const auto record = buildRecord(change.recordID)) {
-      persistence_.writeBaseRecord(record->wholeRecordData(), change.recordID.recordName);
+      copies.keepBaseRecord(name, record->wholeRecordData());
       ++made;
     }
   }
   return made;
+}
+
+void CloudKitStore::captureCommit(LocalCommit& commit) const {
+  if (!syncEngine_ && restoredPendingChanges_.empty()) {
+    // Before the engines exist, what waits is whatever the files on disk say; leave them be.
+    return;
+  }
+  PendingChangeJournal journal{.localCommit = commit.number};
+  for (const auto& change : changesToKeep()) {
+    const auto& name = change.recordID.recordName;
+    if (change.kind == PendingRecordZoneChange::Kind::deleteRecord) {
+      journal.deletes.push_back(name);
+    } else {
+      cache_.copyRecord(name, journal.saves);
+    }
+  }
+  commit.journal = std::move(journal);
+  if (syncEngine_) {
+    SyncEngineState kept = syncEngine_->state();
+    kept.add(parkedChangeList());
+    commit.privateEngineState = kept.serialized();
+  }
+  if (sharedSyncEngine_) {
+    commit.sharedRecords = sharedRecords_.encodeJSON();
+    commit.sharedEngineState = sharedSyncEngine_->state().serialized();
+  }
 }
 
 void CloudKitStore::ensureZone() {
@@ -175,7 +358,8 @@ void CloudKitStore::stop() {
   sharedSyncEngine_.reset();
   sharedDelegate_.reset();
   persistence_.deleteSyncEngineState();
-  persistence_.wipeAllSystemFields();
+  commits_.serverCopies().forgetAllSystemFields();
+  commits_.flushSnapshotSynchronously();
   isStarted_ = false;
   ++dataVersion_;
 }
@@ -201,8 +385,10 @@ void CloudKitStore::fetchChangesNow() {
   if (!syncEngine_) {
     return;
   }
-  // A fetch cycle is where storage freed since a quota failure shows; the parked saves go with it.
+  // A fetch cycle is where storage freed since a quota failure shows; the parked saves go with it, and
+  // so do the other changes and records that failed.
   requeueQuotaRetries();
+  retryRecordFailures();
   std::optional<std::string> failure;
   try {
     syncEngine_->fetchChanges();
@@ -281,13 +467,18 @@ void CloudKitStore::wipeAllData() {
     }
   }
   logger_.info("VantrelZone deleted from iCloud (manual reset)");
+  persistence_.deletePendingChanges();
   persistence_.deleteCacheSnapshot();
   persistence_.deleteSharedRecordsSnapshot();
   persistence_.deleteSharedSyncEngineState();
   persistence_.deleteSyncEngineState();
   persistence_.wipeAllSystemFields();
+  commits_.serverCopies().forgetAllSystemFields();
   cache_.removeAll();
   sharedRecords_.removeAll();
+  parkedChanges_.clear();
+  pendingQuotaRetries_.clear();
+  recordFailures_.clear();
   lastWrite_.reset();
   lastFetch_.reset();
   pendingWriteCount_ = 0;

@@ -9,13 +9,14 @@
 #include "VantrelCore/Platform/Logger.hpp"
 #include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
 #include "VantrelCore/Platform/WidgetCenter.hpp"
-#include "VantrelCore/Store/CacheSnapshotCoordinator.hpp"
 #include "VantrelCore/Store/CloudKitAccountChange.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
 #include "VantrelCore/Store/CloudKitPersistence.hpp"
 #include "VantrelCore/Store/CloudKitZoneDeleteReason.hpp"
 #include "VantrelCore/Store/GapTasksOnDelete.hpp"
+#include "VantrelCore/Store/LocalCommitCoordinator.hpp"
 #include "VantrelCore/Store/NewTaskOptions.hpp"
+#include "VantrelCore/Store/RecordSyncFailure.hpp"
 #include "VantrelCore/Store/SharedRecordStore.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
 #include "VantrelCore/Store/SyncConflict.hpp"
@@ -31,6 +32,7 @@
 #include <cstdint>
 #include <deque>
 #include <exception>
+#include <filesystem>
 #include <functional>
 #include <map>
 #include <memory>
@@ -53,6 +55,21 @@ class SharedSyncEngineDelegate;
 /// records others shared, and the sync status the screens show.
 ///
 /// Used from the owner thread. Writes change the cache at once and leave the upload to the engine.
+///
+/// What is on disk, and why nothing the user changed is lost: every change lands in the cache and in the
+/// engine's list of pending changes, and reaches the disk at the next save point (LocalCommit), which
+/// writes the journal of pending changes with their records first, then the snapshot, then the server's
+/// bookkeeping, then the engines' states with their change tokens. Each file carries the number of the
+/// save point that wrote it. At start-up:
+/// - the cache is the snapshot, with the journal's records laid over it when the journal is at least as
+///   new (a crash between the two writes);
+/// - the pending changes are those of the engine state and of the journal together; when both files are
+///   lost or damaged they are rebuilt from the snapshot against the base copies (saves only: a record
+///   missing here may be one this device never saw, and deleting it would destroy another device's work);
+/// - the change tokens are kept only when the snapshot is intact and no older than the engine state;
+///   otherwise they are dropped and everything is fetched again, which is always safe because a fetched
+///   record never overwrites one with a pending save.
+/// A file that cannot be read is set aside (".damaged") rather than overwritten, and logged.
 class CloudKitStore {
 public:
   static constexpr std::string_view zoneName = "VantrelZone";
@@ -112,9 +129,9 @@ public:
   const std::optional<SyncConflict>& lastConflict() const { return lastConflict_; }
   const std::deque<SyncConflict>& recentConflicts() const { return recentConflicts_; }
   static constexpr std::size_t recentConflictLimit = 20;
-  /// Broken without a usable account or after more than five failed fetches in a row; degraded when the
-  /// last fetch failed, writes wait over 30 seconds, the last fetch is over 300 seconds old, or more than
-  /// two fetches failed in a row; healthy otherwise.
+  /// Broken without a usable account or after more than five failed fetches in a row; degraded when a
+  /// record could not be read or sent, the last fetch failed, writes wait over 30 seconds, the last fetch
+  /// is over 300 seconds old, or more than two fetches failed in a row; healthy otherwise.
   SyncHealth syncHealth() const;
   /// The fetch outcome, failures, waiting writes, conflicts and banner, to keep between runs.
   SyncStatus syncStatus() const;
@@ -123,9 +140,14 @@ public:
   void restoreSyncStatus(SyncStatus status);
   /// Logs a write the user asked for that failed, and puts its message in the banner.
   void reportUIWriteFailure(std::string_view operation, const std::exception& error);
-  const std::optional<SnapshotStatus>& initialSnapshotLoad() const { return snapshots_.initialLoadStatus(); }
-  std::optional<SnapshotStatus> lastSnapshotWrite() const { return snapshots_.lastWriteStatus(); }
-  std::uint64_t snapshotWriteToken() const { return snapshots_.snapshotWriteToken(); }
+  const std::optional<SnapshotStatus>& initialSnapshotLoad() const { return commits_.initialLoadStatus(); }
+  /// The latest save point; its error names the first file that could not be written.
+  std::optional<SnapshotStatus> lastSnapshotWrite() const { return commits_.lastWriteStatus(); }
+  std::uint64_t snapshotWriteToken() const { return commits_.snapshotWriteToken(); }
+  /// Records sync could not carry: fetched records that could not be read (left out until they can be,
+  /// tried again at every fetch) and changes the cloud refused for a reason a retry may not cure (kept,
+  /// and sent again at every sync). Each keeps the health from "healthy".
+  const std::map<std::string, RecordSyncFailure>& recordFailures() const { return recordFailures_; }
 
   /// This device has the YAML bridge open.
   bool localBridgeFreeze() const { return localBridgeFreeze_; }
@@ -145,6 +167,13 @@ public:
   /// Brings the store on line: account, saved engine states, engines, zone and schema. Throws
   /// CloudKitStoreError (noICloudAccount, zoneSetupFailed) or the account call's CloudError.
   void start();
+  /// After start() failed for a reason other than the account (the cloud database cannot be opened or
+  /// used): the store goes on with its cache alone. Reads work, and writes queue for a later run that
+  /// reaches the cloud: the engines run over a database that answers every call as unreachable. Logs
+  /// "[Vantrel] CloudKit start failed; %d cached records available, proceeding offline. Error: %@".
+  void startOffline(const std::exception& startFailure);
+  /// Running on the cache alone after startOffline().
+  bool isOffline() const;
   /// Drops both engines, deletes the saved private engine state and every kept system-fields file; the
   /// cache stays.
   void stop();
@@ -159,7 +188,8 @@ public:
   void watchForChanges(double intervalSeconds);
   /// Deletes the zone on the server and every local trace of the data, then makes the zone again.
   void wipeAllData();
-  void flushSnapshotSynchronously() { snapshots_.flushSnapshotSynchronously(); }
+  /// Writes a save point now; lastSnapshotWrite() tells how it went.
+  void flushSnapshotSynchronously() { commits_.flushSnapshotSynchronously(); }
   void fetchChangesNow();
   void fetchSharedChangesNow();
   /// Writes the zone's schema-version record when it has none, so that writes may begin, then drains.
@@ -169,6 +199,10 @@ public:
   /// (a bridge open, no schema yet), so those wait for a drain that can apply them. Runs at the end of
   /// start().
   void drainPendingIntentActions();
+
+  /// Runs `change` (any number of mutations) as one: when it throws, the cache, the pending changes and
+  /// the undoable action are as they were before, and the exception passes.
+  void performAtomically(const std::function<void()>& change);
 
   /// Puts the entity into the cache and queues its upload.
   template <class Record> void saveRecord(const Record& record);
@@ -319,9 +353,31 @@ private:
   /// Finds the zone, or makes it; throws zoneSetupFailed for any other failure.
   void ensureZone();
   void checkSchemaVersion();
-  std::optional<SyncEngineState> loadEngineState(std::optional<std::string> bytes,
-                                                 std::string_view failureFormat);
+  /// The saved state of one engine, its tokens dropped when the records on disk do not cover them; none
+  /// when there is no file or it cannot be read (then it is set aside).
+  std::optional<SyncEngineState> loadEngineState(const std::filesystem::path& file,
+                                                 std::string_view failureFormat, bool& unreadable);
+  /// Lays the journal of pending changes over the restored snapshot and remembers what it lists.
+  void restorePendingChanges();
+  /// The pending saves the snapshot implies when no list of them survived: records without a base copy or
+  /// different from it.
+  std::vector<PendingRecordZoneChange> rebuildPendingSaves();
+  /// Creates the engines over `database` with the saved states; the pending changes of the journal join
+  /// the private one.
+  void makeEngines(CloudDatabase& database);
   std::size_t makeStartupBaseCopies();
+  /// What the store adds to a save point: the journal, the engines' states, the shared records.
+  void captureCommit(LocalCommit& commit) const;
+  /// The pending changes a save point keeps: the engine's, and those parked after a failure.
+  std::vector<PendingRecordZoneChange> changesToKeep() const;
+  /// Changes the engine no longer holds, parked after a full cloud storage or another refusal.
+  std::vector<PendingRecordZoneChange> parkedChangeList() const;
+  /// Keeps a change the cloud refused for a reason a retry may not cure, to send again at the next sync.
+  void parkFailedChange(PendingRecordZoneChange change, std::string_view recordType, const CloudError& error);
+  /// Queues again the changes parked after failures, and tries again to read the records that came
+  /// unreadable.
+  void retryRecordFailures();
+  void recordUnreadable(std::string recordType, std::string recordName, std::string errorDescription);
 
   // What the private engine's delegate asks of the store.
   void handleAccountChange(CloudKitAccountChange change);
@@ -333,6 +389,7 @@ private:
   void removeFetched(const CloudDeletedRecord& deleted);
   void confirmSaves(std::span<const CloudRecord> records);
   void handleFailedSave(const CloudRecord& record, const CloudError& error);
+  void handleFailedDelete(const CloudRecordID& recordID, const CloudError& error);
   /// The server holds a newer version of a record this device saved: resend on the server's tag when the
   /// newer version is this device's own save, let a waiting delete stand, take the server's version when
   /// there is nothing to merge against, and otherwise merge field by field and resend.
@@ -348,6 +405,9 @@ private:
   /// one sync for all of them.
   void keepServerCopies(std::span<const CloudRecord* const> records);
   void keepServerCopy(const CloudRecord& record);
+  /// The kept bookkeeping and base copy of a record, as the next save point will leave them.
+  std::optional<std::string> keptSystemFields(std::string_view recordType, std::string_view recordName) const;
+  std::optional<std::string> keptBaseRecord(std::string_view recordName) const;
   /// Takes the entity of the record's type out of the cache.
   void removeFromCache(std::string_view recordType, std::string_view recordName);
 
@@ -389,7 +449,7 @@ private:
   Logger logger_;
   CloudKitCache cache_;
   std::int64_t dataVersion_ = 0;
-  CacheSnapshotCoordinator snapshots_;
+  LocalCommitCoordinator commits_;
   SharedRecordStore sharedRecords_;
   std::unique_ptr<CloudDatabase> container_;
   std::shared_ptr<CloudKitSyncDelegate> delegate_;
@@ -409,6 +469,18 @@ private:
   int consecutiveFetchFailures_ = 0;
   std::optional<UIError> lastUIError_;
   std::set<std::string> pendingQuotaRetries_;
+  /// Changes refused for a reason a retry may not cure, by record name, waiting for the next sync.
+  std::map<std::string, PendingRecordZoneChange> parkedChanges_;
+  std::map<std::string, RecordSyncFailure> recordFailures_;
+  /// The pending changes the journal on disk listed, until the engines exist.
+  std::vector<PendingRecordZoneChange> restoredPendingChanges_;
+  bool journalUnreadable_ = false;
+  /// Whether start() found a saved private engine state.
+  bool restoredState_ = false;
+  /// Whether the records on disk can be trusted to cover the saved change tokens.
+  bool recordsCoverTokens_ = false;
+  /// Stands in for the cloud when start() failed and the store runs on its cache.
+  std::unique_ptr<CloudDatabase> offlineDatabase_;
   std::optional<SyncConflict> lastConflict_;
   std::deque<SyncConflict> recentConflicts_;
   bool localBridgeFreeze_ = false;

@@ -50,12 +50,9 @@ void CloudKitSyncDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&
     return;
   }
   CloudKitStore& store = **locked;
-  if (const auto* update = std::get_if<StateUpdateEvent>(&event)) {
-    try {
-      store.persistence_.writeSyncEngineState(update->stateSerialization);
-    } catch (const std::exception& error) {
-      logger_.error("Failed to persist sync engine state: %@", error.what());
-    }
+  if (std::holds_alternative<StateUpdateEvent>(event)) {
+    // The state reaches the disk with the next save point, after the records its tokens cover.
+    store.commits_.scheduleWrite();
   } else if (const auto* account = std::get_if<AccountChangeEvent>(&event)) {
     store.handleAccountChange(storeChange(account->kind));
   } else if (const auto* zones = std::get_if<FetchedDatabaseChangesEvent>(&event)) {
@@ -71,13 +68,23 @@ void CloudKitSyncDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&
     for (const auto& deleted : fetched->deletions) {
       store.removeFetched(deleted);
     }
+    for (const auto& unreadable : fetched->unreadableRecords) {
+      const auto type = unreadable.recordType.value_or("");
+      logger_.error("Failed to parse CKRecord %s/%s: %@", type, unreadable.recordID.recordName,
+                    unreadable.error);
+      store.recordUnreadable(type, unreadable.recordID.recordName, unreadable.error);
+    }
   } else if (const auto* sent = std::get_if<SentRecordZoneChangesEvent>(&event)) {
     store.confirmSaves(sent->savedRecords);
     for (const auto& [record, error] : sent->failedRecordSaves) {
       store.handleFailedSave(record, error);
     }
     for (const auto& recordID : sent->deletedRecordIDs) {
-      store.persistence_.deleteSystemFieldsByName(recordID.recordName);
+      store.commits_.serverCopies().forgetSystemFieldsByName(recordID.recordName);
+      store.recordFailures_.erase(recordID.recordName);
+    }
+    for (const auto& [recordID, error] : sent->failedRecordDeletes) {
+      store.handleFailedDelete(recordID, error);
     }
     store.updatePendingWrites();
   } else if (std::holds_alternative<WillFetchChangesEvent>(event)) {

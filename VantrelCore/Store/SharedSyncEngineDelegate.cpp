@@ -29,7 +29,7 @@ void SharedSyncEngineDelegate::ingest(CloudKitStore& store, const CloudRecord& r
     return;
   }
   shared.systemFields.insert_or_assign(name, record.systemFieldsData());
-  store.persistence_.writeBaseRecord(record.wholeRecordData(), name);
+  store.commits_.serverCopies().keepBaseRecord(name, record.wholeRecordData());
 }
 
 void SharedSyncEngineDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&) {
@@ -38,12 +38,9 @@ void SharedSyncEngineDelegate::handleEvent(const SyncEngineEvent& event, SyncEng
     return;
   }
   CloudKitStore& store = **locked;
-  if (const auto* update = std::get_if<StateUpdateEvent>(&event)) {
-    try {
-      store.persistence_.writeSharedSyncEngineState(update->stateSerialization);
-    } catch (const std::exception& error) {
-      logger_.error("Failed to persist shared sync engine state: %@", error.what());
-    }
+  if (std::holds_alternative<StateUpdateEvent>(event)) {
+    // Written with the next save point, after the shared records its tokens cover.
+    store.commits_.scheduleWrite();
   } else if (const auto* zones = std::get_if<FetchedDatabaseChangesEvent>(&event)) {
     logger_.info("shared db changes: %ld mods, %ld dels", std::int64_t(zones->modifications.size()),
                  std::int64_t(zones->deletions.size()));
@@ -63,11 +60,7 @@ void SharedSyncEngineDelegate::handleEvent(const SyncEngineEvent& event, SyncEng
     }
     logger_.info("Shared store: %{public}ld projects, %{public}ld tasks",
                  std::int64_t(shared.projects.size()), std::int64_t(shared.tasks.size()));
-    try {
-      store.persistence_.writeSharedRecordsSnapshot(shared.encodeJSON());
-    } catch (const std::exception& error) {
-      logger_.error("Shared records snapshot write failed: %@", error.what());
-    }
+    store.commits_.scheduleWrite();
     ++store.dataVersion_;
   }
 }

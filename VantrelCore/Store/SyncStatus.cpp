@@ -23,6 +23,22 @@ std::optional<Record> readRecordMember(const rapidjson::Value& object, const cha
   return decodeRecord<Record>(found->value);
 }
 
+/// An optional array of records; absent reads as empty.
+template <class List> void readArrayMember(const rapidjson::Value& object, const char* key, List& target) {
+  const auto found = object.FindMember(key);
+  if (found == object.MemberEnd()) {
+    return;
+  }
+  if (!found->value.IsArray()) {
+    throw DecodingError(DecodingError::Kind::typeMismatch, key,
+                        std::string(key) + ": expected array, got " +
+                            std::string(jsonKindName(found->value)));
+  }
+  for (const auto& element : found->value.GetArray()) {
+    target.push_back(decodeRecord<typename List::value_type>(element));
+  }
+}
+
 } // namespace
 
 std::string SyncStatus::encodeJSON() const {
@@ -42,6 +58,12 @@ std::string SyncStatus::encodeJSON() const {
   }
   json.endArray();
   recordMember(json, "lastUIError", lastUIError);
+  json.key("recordFailures");
+  json.startArray();
+  for (const auto& failure : recordFailures) {
+    encodeRecord(json, failure);
+  }
+  json.endArray();
   json.endObject();
   return std::string(json.text());
 }
@@ -57,15 +79,8 @@ SyncStatus SyncStatus::decodeJSON(std::string_view text) {
   if (const auto found = object.FindMember("pendingSince"); found != object.MemberEnd()) {
     readJSONValue(found->value, status.pendingSince);
   }
-  if (const auto found = object.FindMember("recentConflicts"); found != object.MemberEnd()) {
-    if (!found->value.IsArray()) {
-      throw DecodingError(DecodingError::Kind::typeMismatch, "recentConflicts",
-                          "recentConflicts: expected array, got " + std::string(jsonKindName(found->value)));
-    }
-    for (const auto& conflict : found->value.GetArray()) {
-      status.recentConflicts.push_back(decodeRecord<SyncConflict>(conflict));
-    }
-  }
+  readArrayMember(object, "recentConflicts", status.recentConflicts);
+  readArrayMember(object, "recordFailures", status.recordFailures);
   return status;
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Store/RecordSyncFailure.hpp"
 #include "VantrelCore/Store/SyncConflict.hpp"
 #include "VantrelCore/Store/UIError.hpp"
 #include "VantrelCore/Store/WriteOutcome.hpp"
@@ -10,6 +11,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace vantrel {
 
@@ -21,6 +23,8 @@ struct SyncStatus {
   std::optional<Date> pendingSince{};
   std::deque<SyncConflict> recentConflicts{};
   std::optional<UIError> lastUIError{};
+  /// Records sync could not carry, by record name: unreadable fetched records and refused changes.
+  std::vector<RecordSyncFailure> recordFailures{};
 
   /// One JSON object; absent values are left out.
   std::string encodeJSON() const;

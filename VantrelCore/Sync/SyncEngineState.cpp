@@ -179,6 +179,11 @@ void SyncEngineState::reset() {
   zoneChangeTokens_.clear();
 }
 
+void SyncEngineState::forgetChangeTokens() {
+  databaseChangeToken_.reset();
+  zoneChangeTokens_.clear();
+}
+
 std::string SyncEngineState::serialized() const {
   JSONWriter writer;
   writer.startObject();
@@ -229,8 +234,11 @@ std::string SyncEngineState::serialized() const {
 }
 
 SyncEngineState SyncEngineState::deserialize(std::string_view data) {
-  const auto document = parseJSON(data);
-  const auto& root = readJSONObject(document);
+  return decode(parseJSON(data));
+}
+
+SyncEngineState SyncEngineState::decode(const rapidjson::Value& object) {
+  const auto& root = readJSONObject(object);
   if (const auto version = member(root, "version", "", readJSONInt64); version != formatVersion) {
     throw DecodingError(DecodingError::Kind::dataCorrupted, "version",
                         "unknown engine state version " + std::to_string(version));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VantrelCore/JSON/RapidJSON.hpp"
 #include "VantrelCore/Sync/CloudChangeToken.hpp"
 #include "VantrelCore/Sync/PendingRecordZoneChange.hpp"
 
@@ -45,11 +46,16 @@ public:
   void setUserRecordName(std::optional<std::string> name) { userRecordName_ = std::move(name); }
   /// Forgets the tokens and every pending change; the account stays as set.
   void reset();
+  /// Forgets where the change feeds stand, keeping the pending changes: the next fetch reads everything.
+  void forgetChangeTokens();
+  bool hasChangeTokens() const { return databaseChangeToken_.has_value() || !zoneChangeTokens_.empty(); }
 
   /// Compact JSON of everything above.
   std::string serialized() const;
   /// Throws DecodingError, naming where, for bytes that serialized() did not write.
   static SyncEngineState deserialize(std::string_view data);
+  /// The same for the object serialized() wrote, already parsed as part of a larger file.
+  static SyncEngineState decode(const rapidjson::Value& object);
 
   /// The same pending changes, tokens and account.
   friend bool operator==(const SyncEngineState& left, const SyncEngineState& right);

@@ -220,7 +220,8 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
   std::erase_if(data.schedules, [&](const auto& entry) { return !plannedTasks.contains(entry.first); });
   for (const auto& span : subtaskSpans) {
     auto subtask = decodeSpan<TaskRecord>("tasks", span);
-    if (plannedTasks.contains(*subtask.parentTaskRef)) {
+    // The text search found a parent reference; the record may still decode without one.
+    if (subtask.parentTaskRef && plannedTasks.contains(*subtask.parentTaskRef)) {
       data.tasks.emplace(subtask.recordName, std::move(subtask));
     }
   }

@@ -49,27 +49,31 @@ void IntentActionQueue::appendMarkDone(std::string_view taskRecordName, bool don
                      .taskRecordName = std::string(taskRecordName),
                      .done = done,
                      .createdAt = clock_.now()});
-  write(actions);
+  write(fileSystem_, *file, actions);
 }
 
 void IntentActionQueue::remove(const std::set<std::string>& ids) {
-  const auto file = fileURL();
-  if (!file) {
-    return;
+  if (sharedDirectory_) {
+    remove(fileSystem_, *sharedDirectory_, ids);
   }
-  const ExclusiveFileLock lock(file->string() + ".lock");
-  auto actions = pending();
-  std::erase_if(actions, [&](const PendingIntentAction& action) { return ids.contains(action.id); });
-  write(actions);
 }
 
-void IntentActionQueue::write(const std::vector<PendingIntentAction>& actions) {
-  const auto file = *fileURL();
+void IntentActionQueue::remove(FileSystem& fileSystem, const std::filesystem::path& sharedDirectory,
+                               const std::set<std::string>& ids) {
+  const auto file = sharedDirectory / fileName;
+  const ExclusiveFileLock lock(file.string() + ".lock");
+  auto actions = read(fileSystem, sharedDirectory);
+  std::erase_if(actions, [&](const PendingIntentAction& action) { return ids.contains(action.id); });
+  write(fileSystem, file, actions);
+}
+
+void IntentActionQueue::write(FileSystem& fileSystem, const std::filesystem::path& file,
+                              const std::vector<PendingIntentAction>& actions) {
   if (actions.empty()) {
-    fileSystem_.removeFile(file);
+    fileSystem.removeFile(file);
     return;
   }
-  AtomicFileWriter(fileSystem_).writeString(PendingIntentAction::encodeList(actions), file);
+  AtomicFileWriter(fileSystem).writeString(PendingIntentAction::encodeList(actions), file);
 }
 
 } // namespace vantrel

@@ -38,6 +38,9 @@ public:
   std::vector<PendingIntentAction> pending() const;
   /// Removes the actions with these ids, keeping the others (also those appended meanwhile) in order.
   void remove(const std::set<std::string>& ids);
+  /// The same for a reader of the queue that records nothing (the planner, after applying actions).
+  static void remove(FileSystem& fileSystem, const std::filesystem::path& sharedDirectory,
+                     const std::set<std::string>& ids);
 
   std::optional<std::filesystem::path> fileURL() const;
 
@@ -46,7 +49,8 @@ public:
                                                const std::filesystem::path& sharedDirectory);
 
 private:
-  void write(const std::vector<PendingIntentAction>& actions);
+  static void write(FileSystem& fileSystem, const std::filesystem::path& file,
+                    const std::vector<PendingIntentAction>& actions);
 
   std::optional<std::filesystem::path> sharedDirectory_;
   FileSystem& fileSystem_;

@@ -63,6 +63,8 @@ TEST_F(IntentDrainTest, ToggledWhileTheStoreRefusesWritesTheQueueWaits) {
   phone_.store().setLocalBridgeFreeze(false);
   phone_.store().drainPendingIntentActions();
   EXPECT_TRUE(done());
+  EXPECT_EQ(queue_.pending().size(), 1u) << "an action leaves the queue with the save point that holds it";
+  phone_.settle();
   EXPECT_TRUE(queue_.pending().empty());
 }
 

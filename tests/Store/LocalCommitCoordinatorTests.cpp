@@ -2,7 +2,7 @@
 #include "VantrelCore/Platform/FixedClock.hpp"
 #include "VantrelCore/Platform/ManualExecutor.hpp"
 #include "VantrelCore/Platform/SerialQueue.hpp"
-#include "VantrelCore/Store/CacheSnapshotCoordinator.hpp"
+#include "VantrelCore/Store/LocalCommitCoordinator.hpp"
 #include "tests/Support/FaultInjectingFileSystem.hpp"
 #include "tests/Support/RecordingWidgetCenter.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
@@ -21,11 +21,15 @@ TaskRecord task(std::string name, std::string title) {
   return TaskRecord{.recordName = std::move(name), .homeRef = "p-1", .title = std::move(title)};
 }
 
-class CacheSnapshotCoordinatorTest : public ::testing::Test {
+class LocalCommitCoordinatorTest : public ::testing::Test {
 protected:
   std::optional<std::string> fileOnDisk() const { return persistence_.readCacheSnapshot(); }
+  /// The records on disk; each file written names the save point that wrote it.
   CloudKitCacheSnapshot snapshotOnDisk() const {
-    return CloudKitCacheSnapshot::decodeJSON(fileOnDisk().value());
+    auto snapshot = CloudKitCacheSnapshot::decodeJSON(fileOnDisk().value());
+    EXPECT_TRUE(snapshot.localCommit);
+    snapshot.localCommit.reset();
+    return snapshot;
   }
 
   testing::TemporaryFolder folder_;
@@ -36,18 +40,18 @@ protected:
   ManualExecutor writeQueue_;
   CloudKitCache cache_;
   testing::RecordingWidgetCenter widgets_;
-  CacheSnapshotCoordinator coordinator_{cache_, persistence_, owner_, writeQueue_, clock_, {}, &widgets_};
+  LocalCommitCoordinator coordinator_{cache_, persistence_, owner_, writeQueue_, clock_, {}, {}, &widgets_};
   testing::ScopedLogCapture log_;
 };
 
-TEST_F(CacheSnapshotCoordinatorTest, StartsEmptyWithoutAFile) {
+TEST_F(LocalCommitCoordinatorTest, StartsEmptyWithoutAFile) {
   const auto& status = coordinator_.restore();
   EXPECT_TRUE(log_.contains("No snapshot file on disk (fresh install or first run with this build)"));
   EXPECT_EQ(status, (SnapshotStatus{.when = clock_.now(), .fileSize = 0, .recordsLoaded = 0}));
   EXPECT_EQ(cache_.recordCount(), 0u);
 }
 
-TEST_F(CacheSnapshotCoordinatorTest, RestoresTheFileWithoutWritingItBack) {
+TEST_F(LocalCommitCoordinatorTest, RestoresTheFileWithoutWritingItBack) {
   CloudKitCacheSnapshot saved;
   saved.currentUserRef = "_me";
   saved.tasks.emplace("t-1", task("t-1", "Water the plants"));
@@ -65,7 +69,7 @@ TEST_F(CacheSnapshotCoordinatorTest, RestoresTheFileWithoutWritingItBack) {
   EXPECT_EQ(owner_.pendingCount(), 0u);
 }
 
-TEST_F(CacheSnapshotCoordinatorTest, ADamagedFileIsDiscardedAsAWhole) {
+TEST_F(LocalCommitCoordinatorTest, ADamagedFileIsDiscardedAsAWhole) {
   CloudKitCacheSnapshot saved;
   saved.tasks.emplace("t-1", task("t-1", "one"));
   saved.tasks.emplace("t-2", task("t-2", "two"));
@@ -86,7 +90,7 @@ TEST_F(CacheSnapshotCoordinatorTest, ADamagedFileIsDiscardedAsAWhole) {
   }
 }
 
-TEST_F(CacheSnapshotCoordinatorTest, ABurstOfChangesIsWrittenOnceAfterTheOwnersWork) {
+TEST_F(LocalCommitCoordinatorTest, ABurstOfChangesIsWrittenOnceAfterTheOwnersWork) {
   cache_.upsert(task("t-1", "one"));
   cache_.upsert(task("t-2", "two"));
   cache_.remove<TaskRecord>("t-1");
@@ -110,7 +114,7 @@ TEST_F(CacheSnapshotCoordinatorTest, ABurstOfChangesIsWrittenOnceAfterTheOwnersW
   EXPECT_EQ(widgets_.reloads, 2) << "the widgets reload after each file written";
 }
 
-TEST_F(CacheSnapshotCoordinatorTest, ANewerRequestSupersedesOneStillQueued) {
+TEST_F(LocalCommitCoordinatorTest, ANewerRequestSupersedesOneStillQueued) {
   cache_.upsert(task("t-1", "one"));
   owner_.drain();
   cache_.upsert(task("t-2", "two"));
@@ -133,7 +137,7 @@ TEST_F(CacheSnapshotCoordinatorTest, ANewerRequestSupersedesOneStillQueued) {
 
 // A failing disk at any step of the write leaves the former file whole (or, once the rename is done,
 // the new one whole) and says so in the status.
-TEST_F(CacheSnapshotCoordinatorTest, AFailedWriteLeavesAWholeFileAndIsReported) {
+TEST_F(LocalCommitCoordinatorTest, AFailedWriteLeavesAWholeFileAndIsReported) {
   cache_.upsert(task("t-1", "old"));
   coordinator_.flushSnapshotSynchronously();
   const auto old = cache_.snapshot();
@@ -163,20 +167,23 @@ TEST_F(CacheSnapshotCoordinatorTest, AFailedWriteLeavesAWholeFileAndIsReported) 
       << "no temporary file is left behind";
 }
 
-TEST(CacheSnapshotCoordinator, WritesOnABackgroundQueue) {
+TEST(LocalCommitCoordinator, WritesOnABackgroundQueue) {
   testing::TemporaryFolder folder;
   const CloudKitPersistence persistence(CloudKitPersistence::Location::directory(folder.path()),
                                         PosixFileSystem::shared());
   FixedClock clock;
   ManualExecutor owner;
-  SerialQueue queue(std::string(CacheSnapshotCoordinator::writeQueueLabel), SerialQueue::Priority::utility);
+  SerialQueue queue(std::string(LocalCommitCoordinator::writeQueueLabel), SerialQueue::Priority::utility);
   CloudKitCache cache;
-  CacheSnapshotCoordinator coordinator(cache, persistence, owner, queue, clock);
+  LocalCommitCoordinator coordinator(cache, persistence, owner, queue, clock);
 
   cache.upsert(task("t-1", "one"));
   owner.drain();
   queue.waitUntilIdle();
-  EXPECT_EQ(CloudKitCacheSnapshot::decodeJSON(persistence.readCacheSnapshot().value()), cache.snapshot());
+  auto written = CloudKitCacheSnapshot::decodeJSON(persistence.readCacheSnapshot().value());
+  EXPECT_EQ(written.localCommit, 1);
+  written.localCommit.reset();
+  EXPECT_EQ(written, cache.snapshot());
 }
 
 } // namespace

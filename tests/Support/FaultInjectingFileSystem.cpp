@@ -3,6 +3,8 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
 
+#include <unistd.h>
+
 namespace vantrel::testing {
 
 FaultInjectingFileSystem::FaultInjectingFileSystem() : real_(PosixFileSystem::shared()) {}
@@ -11,7 +13,26 @@ void FaultInjectingFileSystem::failCall(Step step, int nth, int errorNumber) {
   faults_[{step, nth}] = errorNumber;
 }
 
+void FaultInjectingFileSystem::failChange(int nth, int errorNumber) {
+  failAtChange_ = nth;
+  changeError_ = errorNumber;
+}
+
+int FaultInjectingFileSystem::countChange() {
+  ++changes_;
+  if (changes_ == stopAtChange_) {
+    ::_exit(stoppedExitStatus);
+  }
+  return changes_ == failAtChange_ ? changeError_ : 0;
+}
+
 int FaultInjectingFileSystem::countCall(Step step) {
+  if (step != Step::close) {
+    if (const int error = countChange()) {
+      ++counts_[index(step)];
+      return error;
+    }
+  }
   const int call = ++counts_[index(step)];
   const auto fault = faults_.find({step, call});
   return fault != faults_.end() ? fault->second : 0;
@@ -38,7 +59,9 @@ void FaultInjectingFileSystem::syncFile(int fd) {
   if (const int error = countCall(Step::syncFile)) {
     throw FileSystemError("fsync", openFiles_.at(fd), error);
   }
-  real_.syncFile(fd);
+  if (!skipSyncs_) {
+    real_.syncFile(fd);
+  }
 }
 
 void FaultInjectingFileSystem::closeFile(int fd) {
@@ -62,17 +85,24 @@ void FaultInjectingFileSystem::syncFileSystem(const std::filesystem::path& path)
   if (const int error = countCall(Step::syncFileSystem)) {
     throw FileSystemError("syncfs", path, error);
   }
-  real_.syncFileSystem(path);
+  if (!skipSyncs_) {
+    real_.syncFileSystem(path);
+  }
 }
 
 void FaultInjectingFileSystem::syncDirectory(const std::filesystem::path& directory) {
   if (const int error = countCall(Step::syncDirectory)) {
     throw FileSystemError("fsync", directory, error);
   }
-  real_.syncDirectory(directory);
+  if (!skipSyncs_) {
+    real_.syncDirectory(directory);
+  }
 }
 
 void FaultInjectingFileSystem::removeFile(const std::filesystem::path& path) {
+  if (const int error = countChange()) {
+    throw FileSystemError("unlink", path, error);
+  }
   real_.removeFile(path);
 }
 

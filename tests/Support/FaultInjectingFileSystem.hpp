@@ -19,6 +19,19 @@ public:
 
   /// Makes the `nth` call (from 1) of `step` fail with `errorNumber`.
   void failCall(Step step, int nth, int errorNumber);
+
+  /// The exit status of a process stopped by stopProcessAtChange(), as a shell shows a SIGKILL.
+  static constexpr int stoppedExitStatus = 137;
+  /// Counts, in order, every call that changes what is on disk (create, write, fsync of a file, rename,
+  /// sync of a folder or the file system, remove); the `nth` (from 1) ends the process on the spot, before
+  /// it happens, as a kill at that instant would.
+  void stopProcessAtChange(int nth) { stopAtChange_ = nth; }
+  /// The `nth` call that changes what is on disk fails with `errorNumber` instead, like a disk that fills.
+  void failChange(int nth, int errorNumber);
+  int changeCount() const { return changes_; }
+  /// Counts syncs without making them: what a stopped process leaves does not depend on them, and tests
+  /// that stop thousands of runs need not wait for the disk.
+  void skipSyncs() { skipSyncs_ = true; }
   int callCount(Step step) const { return counts_[index(step)]; }
   /// In call order, failed calls included.
   const std::vector<std::filesystem::path>& createRequests() const { return createRequests_; }
@@ -39,12 +52,19 @@ private:
   static constexpr std::size_t index(Step step) { return static_cast<std::size_t>(step); }
   /// Counts the call; answers the errno to fail with, or 0.
   int countCall(Step step);
+  /// Counts a change of the disk; stops the process or answers the errno to fail with, or 0.
+  int countChange();
 
   FileSystem& real_;
   std::array<int, 7> counts_{};
   std::map<std::pair<Step, int>, int> faults_;
   std::map<int, std::filesystem::path> openFiles_;
   std::vector<std::filesystem::path> createRequests_;
+  int changes_ = 0;
+  int stopAtChange_ = 0;
+  int failAtChange_ = 0;
+  int changeError_ = 0;
+  bool skipSyncs_ = false;
 };
 
 } // namespace vantrel::testing

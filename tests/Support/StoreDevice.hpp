@@ -47,9 +47,10 @@ public:
     store_->runFirstLaunchFlow();
     settle();
   }
+  /// Runs what the store scheduled until nothing is left: its work, save points, and what they report.
   void settle() {
-    owner_.drain();
-    snapshots_.drain();
+    while (owner_.drain() + snapshots_.drain() > 0) {
+    }
   }
   void wait(double seconds) {
     owner_.advance(seconds);

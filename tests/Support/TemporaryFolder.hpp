@@ -8,6 +8,10 @@ namespace vantrel::testing {
 class TemporaryFolder {
 public:
   TemporaryFolder();
+  /// Under `parent` instead, e.g. a memory file system for a test that writes a great deal.
+  explicit TemporaryFolder(const std::filesystem::path& parent);
+  /// A memory file system when the machine has one (syncs cost nothing there), else the temporary folder.
+  static TemporaryFolder inMemory();
   ~TemporaryFolder();
   TemporaryFolder(const TemporaryFolder&) = delete;
   TemporaryFolder& operator=(const TemporaryFolder&) = delete;
