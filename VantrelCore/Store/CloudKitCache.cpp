@@ -89,23 +89,9 @@ bool CloudKitCache::copyRecord(std::string_view recordName, Snapshot& target) co
     target.schemaVersion = data_.schemaVersion;
     return data_.schemaVersion.has_value();
   }
-  // Record names are unique across types, so the first map that holds the name holds the record.
-  bool found = false;
-  std::apply(
-      [&](const auto&... map) {
-        (
-            [&](const auto& member) {
-              const auto& records = data_.*member;
-              if (const auto record = records.find(std::string(recordName));
-                  !found && record != records.end()) {
-                (target.*member).insert_or_assign(record->first, record->second);
-                found = true;
-              }
-            }(map.second),
-            ...);
-      },
-      Snapshot::maps());
-  return found;
+  return visitRecord(recordName, [&]<class Record>(const Record& record) {
+    target.records<Record>().insert_or_assign(record.recordName, record);
+  });
 }
 
 bool CloudKitCache::removeNamed(std::string_view recordName) {
@@ -114,20 +100,8 @@ bool CloudKitCache::removeNamed(std::string_view recordName) {
     setSchemaVersion(std::nullopt);
     return had;
   }
-  bool removed = false;
-  std::apply(
-      [&](const auto&... map) {
-        (
-            [&](const auto& member) {
-              using Record = typename std::remove_cvref_t<decltype(data_.*member)>::mapped_type;
-              if (!removed && (data_.*member).contains(std::string(recordName))) {
-                removed = remove<Record>(recordName);
-              }
-            }(map.second),
-            ...);
-      },
-      Snapshot::maps());
-  return removed;
+  // The removal ends the visit; the record it destroys is not looked at again.
+  return visitRecord(recordName, [&]<class Record>(const Record&) { remove<Record>(recordName); });
 }
 
 template <class Record> void CloudKitCache::upsert(Record record) {

@@ -95,6 +95,10 @@ public:
 
   /// A copy of every record, to encode away from the live maps.
   Snapshot snapshot() const;
+  /// Calls `visit(record)` with the record of that name, whatever its type; false when there is none.
+  template <class Visit> bool visitRecord(std::string_view recordName, Visit&& visit) const {
+    return data_.visitRecord(recordName, std::forward<Visit>(visit));
+  }
   /// Copies the record of that name (of whatever type, the schema record included) into `target`; false
   /// when the cache holds none.
   bool copyRecord(std::string_view recordName, Snapshot& target) const;

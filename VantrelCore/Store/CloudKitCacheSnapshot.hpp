@@ -78,6 +78,26 @@ struct CloudKitCacheSnapshot {
     return this->*std::get<std::pair<const char*, RecordMap<Record> CloudKitCacheSnapshot::*>>(maps()).second;
   }
 
+  /// Calls `visit(record)` with the record of that name, whatever its type (the schema record, which has
+  /// no name of its own, aside); false when there is none. Record names are unique across types, so the
+  /// first map that holds the name holds the record.
+  template <class Visit> bool visitRecord(std::string_view recordName, Visit&& visit) const {
+    const std::string name(recordName);
+    return std::apply(
+        [&](const auto&... map) {
+          const auto visitIn = [&](const auto& records) {
+            const auto found = records.find(name);
+            if (found == records.end()) {
+              return false;
+            }
+            visit(found->second);
+            return true;
+          };
+          return (visitIn(this->*map.second) || ...);
+        },
+        maps());
+  }
+
   /// Records in all maps, the schema record included.
   std::size_t recordCount() const;
 

@@ -30,20 +30,7 @@ std::optional<CloudRecord> CloudKitStore::buildRecord(const CloudRecordID& recor
     }
     return record;
   }
-  // Record names are unique across types, so the first map that holds the name holds the entity.
-  std::apply(
-      [&](const auto&... map) {
-        (
-            [&](const auto& member) {
-              using Map = std::remove_cvref_t<decltype(std::declval<CloudKitCacheSnapshot>().*member)>;
-              const auto& records = cache_.records<typename Map::mapped_type>();
-              if (const auto found = records.find(recordID.recordName); !record && found != records.end()) {
-                build(found->second);
-              }
-            }(map.second),
-            ...);
-      },
-      CloudKitCacheSnapshot::maps());
+  cache_.visitRecord(recordID.recordName, build);
   return record;
 }
 
@@ -67,7 +54,7 @@ std::optional<std::string> CloudKitStore::keptSystemFields(std::string_view reco
 
 std::optional<std::string> CloudKitStore::keptBaseRecord(std::string_view recordName) const {
   if (auto kept = commits_.serverCopies().baseRecord(recordName)) {
-    return std::move(*kept);
+    return kept;
   }
   return persistence_.readBaseRecord(recordName);
 }

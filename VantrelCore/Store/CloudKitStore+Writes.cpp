@@ -35,8 +35,8 @@ void CloudKitStore::addPendingChanges(std::span<const PendingRecordZoneChange> c
 
 void CloudKitStore::performAtomically(const std::function<void()>& change) {
   const auto undoable = lastUndoable_;
-  const auto copies = commits_.serverCopies();
   cache_.openRollbackLog();
+  commits_.serverCopies().openRollbackLog();
   ++writeBatchDepth_;
   try {
     change();
@@ -46,11 +46,12 @@ void CloudKitStore::performAtomically(const std::function<void()>& change) {
       batchedChanges_.clear();
     }
     cache_.rollBack();
-    commits_.serverCopies() = copies;
+    commits_.serverCopies().rollBack();
     lastUndoable_ = undoable;
     throw;
   }
   cache_.closeRollbackLog();
+  commits_.serverCopies().closeRollbackLog();
   if (--writeBatchDepth_ == 0) {
     addPendingChanges(std::exchange(batchedChanges_, {}));
   }

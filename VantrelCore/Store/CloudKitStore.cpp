@@ -100,7 +100,8 @@ std::vector<PendingRecordZoneChange> CloudKitStore::rebuildPendingSaves() {
       [&](const auto&... map) {
         (
             [&](const auto& member) {
-              using Record = typename std::remove_cvref_t<decltype(cache_.snapshot().*member)>::mapped_type;
+              using Map = std::remove_cvref_t<decltype(std::declval<CloudKitCacheSnapshot>().*member)>;
+              using Record = typename Map::mapped_type;
               for (const auto& [name, record] : cache_.records<Record>()) {
                 bool same = false;
                 try {
@@ -157,7 +158,7 @@ std::optional<SyncEngineState> CloudKitStore::loadEngineState(const std::filesys
   return std::move(saved.state);
 }
 
-void CloudKitStore::makeEngines(CloudDatabase& database) {
+bool CloudKitStore::makeEngines(CloudDatabase& database) {
   bool privateUnreadable = false;
   bool sharedUnreadable = false;
   auto privateState = syncEngine_ ? std::optional(syncEngine_->state())
@@ -169,7 +170,7 @@ void CloudKitStore::makeEngines(CloudDatabase& database) {
                          : loadEngineState(persistence_.sharedSyncEngineStateURL(),
                                            "Saved shared engine state failed to decode (%@); starting cold",
                                            sharedUnreadable);
-  restoredState_ = privateState.has_value() && !syncEngine_;
+  const bool restoredState = privateState.has_value() && !syncEngine_;
   std::vector<PendingRecordZoneChange> restored = std::exchange(restoredPendingChanges_, {});
   // Neither list of what waits survived, but records did: what differs from the server's copy goes again.
   const bool journalLost =
@@ -198,6 +199,7 @@ void CloudKitStore::makeEngines(CloudDatabase& database) {
                                 .delegate = sharedDelegate_,
                                 .automaticallySync = environment_.automaticallySync,
                                 .owner = &environment_.owner});
+  return restoredState;
 }
 
 void CloudKitStore::start() {
@@ -219,11 +221,11 @@ void CloudKitStore::start() {
     throw CloudKitStoreError::noICloudAccount();
   }
 
-  makeEngines(container());
+  const bool restoredState = makeEngines(container());
   logger_.info("Base copies made for %{public}ld records", std::int64_t(makeStartupBaseCopies()));
   updatePendingWrites();
   logger_.info("CloudKitStore started; accountStatus=%s; restoredState=%{bool}d",
-               cloudAccountStatusName(*accountStatus_), restoredState_);
+               cloudAccountStatusName(*accountStatus_), restoredState);
   isStarted_ = true;
 
   // Per-user records (placements, schedules) carry the signed-in user's reference.
@@ -283,8 +285,7 @@ std::size_t CloudKitStore::makeStartupBaseCopies() {
     if (change.kind != PendingRecordZoneChange::Kind::saveRecord) {
       continue;
     }
-    const auto kept = copies.baseRecord(name);
-    if (kept ? kept->has_value() : persistence_.hasBaseRecord(name)) {
+    if (copies.baseRecord(name) || persistence_.hasBaseRecord(name)) {
       continue;
     }
     if (const auto record = buildRecord(change.recordID)) {
@@ -311,9 +312,15 @@ void CloudKitStore::captureCommit(LocalCommit& commit) const {
   }
   commit.journal = std::move(journal);
   if (syncEngine_) {
-    SyncEngineState kept = syncEngine_->state();
-    kept.add(parkedChangeList());
-    commit.privateEngineState = kept.serialized();
+    // Parked changes are not the engine's any more, but must survive a restart all the same.
+    const auto parked = parkedChangeList();
+    if (parked.empty()) {
+      commit.privateEngineState = syncEngine_->state().serialized();
+    } else {
+      SyncEngineState kept = syncEngine_->state();
+      kept.add(parked);
+      commit.privateEngineState = kept.serialized();
+    }
   }
   if (sharedSyncEngine_) {
     commit.sharedRecords = sharedRecords_.encodeJSON();

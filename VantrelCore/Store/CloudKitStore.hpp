@@ -362,9 +362,10 @@ private:
   /// The pending saves the snapshot implies when no list of them survived: records without a base copy or
   /// different from it.
   std::vector<PendingRecordZoneChange> rebuildPendingSaves();
-  /// Creates the engines over `database` with the saved states; the pending changes of the journal join
-  /// the private one.
-  void makeEngines(CloudDatabase& database);
+  /// Creates the engines over `database` with the saved states (or the states of the engines they
+  /// replace); the pending changes of the journal join the private one. Answers whether a saved private
+  /// state was found.
+  bool makeEngines(CloudDatabase& database);
   std::size_t makeStartupBaseCopies();
   /// What the store adds to a save point: the journal, the engines' states, the shared records.
   void captureCommit(LocalCommit& commit) const;
@@ -475,8 +476,6 @@ private:
   /// The pending changes the journal on disk listed, until the engines exist.
   std::vector<PendingRecordZoneChange> restoredPendingChanges_;
   bool journalUnreadable_ = false;
-  /// Whether start() found a saved private engine state.
-  bool restoredState_ = false;
   /// Whether the records on disk can be trusted to cover the saved change tokens.
   bool recordsCoverTokens_ = false;
   /// Stands in for the cloud when start() failed and the store runs on its cache.

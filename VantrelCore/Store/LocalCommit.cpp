@@ -22,9 +22,7 @@ std::int64_t LocalCommit::write(const CloudKitPersistence& persistence, const Lo
     step(logger, "Failed to write pending changes: %@",
          [&] { persistence.writePendingChanges(journal->encodeJSON()); });
   }
-  CloudKitCacheSnapshot stamped = snapshot;
-  stamped.localCommit = number;
-  const std::string text = stamped.encodeJSON();
+  const std::string text = snapshot.encodeJSON();
   step(logger, "Failed to write cache snapshot: %@", [&] { persistence.writeCacheSnapshot(text); });
   step(logger, "Failed to store server copies: %@", [&] { serverCopies.applyTo(persistence); });
   if (sharedRecords) {

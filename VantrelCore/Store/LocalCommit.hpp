@@ -28,6 +28,7 @@ struct LocalCommit {
   /// Counts save points across runs; the snapshot, the journal and the engine states carry it, so that
   /// start-up can tell which of them is older.
   std::int64_t number = 0;
+  /// The records, stamped with `number`.
   CloudKitCacheSnapshot snapshot{};
   /// Absent when nothing about the pending changes is known yet (before the store started): the journal
   /// on disk stays as it is.

@@ -127,6 +127,7 @@ LocalCommit LocalCommitCoordinator::capture() {
                      .snapshot = cache_.snapshot(),
                      .serverCopies = serverCopies_.batch(),
                      .drainedIntentActions = drainedIntentActions_};
+  commit.snapshot.localCommit = commit.number;
   if (capture_) {
     capture_(commit);
   }

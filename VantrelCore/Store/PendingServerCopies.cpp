@@ -4,32 +4,83 @@
 
 namespace vantrel {
 
+void PendingServerCopies::rememberSystemFields(std::string_view recordName) {
+  if (!rollbackLog_) {
+    return;
+  }
+  const auto found = systemFields_.find(recordName);
+  rollbackLog_->push_back([name = std::string(recordName),
+                           before = found == systemFields_.end()
+                                        ? std::nullopt
+                                        : std::optional(found->second)](PendingServerCopies& copies) {
+    if (before) {
+      copies.systemFields_.insert_or_assign(name, *before);
+    } else {
+      copies.systemFields_.erase(name);
+    }
+  });
+}
+
+void PendingServerCopies::rememberBaseRecord(std::string_view recordName) {
+  if (!rollbackLog_) {
+    return;
+  }
+  const auto found = baseRecords_.find(recordName);
+  rollbackLog_->push_back([name = std::string(recordName),
+                           before = found == baseRecords_.end()
+                                        ? std::nullopt
+                                        : std::optional(found->second)](PendingServerCopies& copies) {
+    if (before) {
+      copies.baseRecords_.insert_or_assign(name, *before);
+    } else {
+      copies.baseRecords_.erase(name);
+    }
+  });
+}
+
+void PendingServerCopies::rollBack() {
+  if (!rollbackLog_) {
+    return;
+  }
+  auto undo = std::move(*rollbackLog_);
+  rollbackLog_.reset();
+  for (auto step = undo.rbegin(); step != undo.rend(); ++step) {
+    (*step)(*this);
+  }
+}
+
 void PendingServerCopies::keepSystemFields(std::string_view recordType, std::string_view recordName,
                                            std::string bytes) {
+  rememberSystemFields(recordName);
   systemFields_.insert_or_assign(
       std::string(recordName),
       SystemFieldsEntry{std::string(recordType), std::move(bytes), false, ++sequence_});
 }
 
 void PendingServerCopies::keepBaseRecord(std::string_view recordName, std::string bytes) {
+  rememberBaseRecord(recordName);
   baseRecords_.insert_or_assign(std::string(recordName), BaseEntry{std::move(bytes), ++sequence_});
 }
 
 void PendingServerCopies::forgetSystemFields(std::string_view recordType, std::string_view recordName) {
+  rememberSystemFields(recordName);
   systemFields_.insert_or_assign(
       std::string(recordName), SystemFieldsEntry{std::string(recordType), std::nullopt, false, ++sequence_});
 }
 
 void PendingServerCopies::forgetSystemFieldsByName(std::string_view recordName) {
+  rememberSystemFields(recordName);
   systemFields_.insert_or_assign(std::string(recordName),
                                  SystemFieldsEntry{{}, std::nullopt, true, ++sequence_});
 }
 
-void PendingServerCopies::forgetBaseRecord(std::string_view recordName) {
-  baseRecords_.insert_or_assign(std::string(recordName), BaseEntry{std::nullopt, ++sequence_});
-}
-
 void PendingServerCopies::forgetAllSystemFields() {
+  if (rollbackLog_) {
+    rollbackLog_->push_back([before = systemFields_, wipe = wipe_](PendingServerCopies& copies) {
+      copies.systemFields_ = before;
+      copies.wipe_ = wipe;
+    });
+  }
   systemFields_.clear();
   wipe_ = ++sequence_;
 }
@@ -48,7 +99,7 @@ PendingServerCopies::Lookup PendingServerCopies::systemFields(std::string_view r
   return std::nullopt;
 }
 
-PendingServerCopies::Lookup PendingServerCopies::baseRecord(std::string_view recordName) const {
+std::optional<std::string> PendingServerCopies::baseRecord(std::string_view recordName) const {
   if (const auto found = baseRecords_.find(recordName); found != baseRecords_.end()) {
     return found->second.bytes;
   }
@@ -66,7 +117,7 @@ PendingServerCopies::Batch PendingServerCopies::batch() const {
     }
   }
   for (const auto& [name, entry] : baseRecords_) {
-    batch.baseRecordChanges.push_back({name, entry.bytes});
+    batch.baseRecordWrites.push_back({name, entry.bytes});
   }
   return batch;
 }
@@ -95,12 +146,8 @@ void PendingServerCopies::Batch::applyTo(const CloudKitPersistence& persistence)
     copies.push_back(
         {.recordType = write.recordType, .recordName = write.recordName, .systemFields = write.bytes});
   }
-  for (const auto& change : baseRecordChanges) {
-    if (change.bytes) {
-      copies.push_back({.recordName = change.recordName, .baseRecord = *change.bytes});
-    } else {
-      persistence.deleteBaseRecord(change.recordName);
-    }
+  for (const auto& write : baseRecordWrites) {
+    copies.push_back({.recordName = write.recordName, .baseRecord = write.bytes});
   }
   persistence.writeServerCopies(copies);
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -36,10 +37,9 @@ public:
     std::optional<std::string> recordType;
     std::string recordName;
   };
-  struct BaseRecordChange {
+  struct BaseRecordWrite {
     std::string recordName;
-    /// Deleted when absent.
-    std::optional<std::string> bytes;
+    std::string bytes;
   };
   /// Everything recorded and not yet known to be on disk, in the order it is to be applied: the wipe,
   /// then deletions, then writes.
@@ -47,13 +47,13 @@ public:
     bool wipeSystemFields = false;
     std::vector<SystemFieldsDeletion> systemFieldsDeletions{};
     std::vector<SystemFieldsWrite> systemFieldsWrites{};
-    std::vector<BaseRecordChange> baseRecordChanges{};
+    std::vector<BaseRecordWrite> baseRecordWrites{};
     /// Marks what the batch covers, for written().
     std::uint64_t upTo = 0;
 
     bool empty() const {
       return !wipeSystemFields && systemFieldsDeletions.empty() && systemFieldsWrites.empty() &&
-             baseRecordChanges.empty();
+             baseRecordWrites.empty();
     }
     /// Applies it: each file replaced atomically, the writes with one sync. Throws what the files throw.
     void applyTo(const CloudKitPersistence& persistence) const;
@@ -63,12 +63,19 @@ public:
   void keepBaseRecord(std::string_view recordName, std::string bytes);
   void forgetSystemFields(std::string_view recordType, std::string_view recordName);
   void forgetSystemFieldsByName(std::string_view recordName);
-  void forgetBaseRecord(std::string_view recordName);
   /// Every record's system fields go; base copies stay.
   void forgetAllSystemFields();
 
   Lookup systemFields(std::string_view recordType, std::string_view recordName) const;
-  Lookup baseRecord(std::string_view recordName) const;
+  /// The base copy kept here and not yet written; none when the disk has the latest.
+  std::optional<std::string> baseRecord(std::string_view recordName) const;
+
+  /// While the log is open every change remembers what it replaced, so that rollBack() can put everything
+  /// back as it was when the log opened (and close it); a change of many records that fails half-way then
+  /// leaves no trace here either.
+  void openRollbackLog() { rollbackLog_.emplace(); }
+  void rollBack();
+  void closeRollbackLog() { rollbackLog_.reset(); }
 
   Batch batch() const;
   /// The batch marked `upTo` (or a later one) is on disk: what it covered needs no writing any more.
@@ -84,14 +91,18 @@ private:
     std::uint64_t sequence = 0;
   };
   struct BaseEntry {
-    std::optional<std::string> bytes;
+    std::string bytes;
     std::uint64_t sequence = 0;
   };
+
+  void rememberSystemFields(std::string_view recordName);
+  void rememberBaseRecord(std::string_view recordName);
 
   std::map<std::string, SystemFieldsEntry, std::less<>> systemFields_;
   std::map<std::string, BaseEntry, std::less<>> baseRecords_;
   std::optional<std::uint64_t> wipe_;
   std::uint64_t sequence_ = 0;
+  std::optional<std::vector<std::function<void(PendingServerCopies&)>>> rollbackLog_;
 };
 
 } // namespace vantrel
