@@ -12,10 +12,10 @@
 
 namespace vantrel {
 
-/// Reads iCalendar times as instants, each on the clock it names: UTC, a zone of the file or of libical,
-/// or the device zone for floating times and dates. One clock serves one read or one query: it keeps the
-/// device zone of the moment and the last minute it resolved, so that a series walked second by second
-/// asks ICU once a minute.
+/// Reads iCalendar times as instants, each on the clock it names: UTC, a zone of the file or of the
+/// system's tz database, or the device zone for floating times and dates. One clock serves one read or one
+/// query: it keeps the device zone of the moment and the last minute it resolved, so that a series walked
+/// second by second asks ICU once a minute.
 ///
 /// Wall times are also handled as "wall seconds": seconds since 1970-01-01 00:00 on the time's own
 /// clock, in the proleptic Gregorian calendar. libical's own icaltime_as_timet answers -1 for every time
@@ -29,6 +29,11 @@ public:
   /// How far the clock of `like` (its zone, or the device zone when it is floating or a date) is ahead
   /// of UTC at `instant`, in seconds.
   std::int64_t offsetAt(Date instant, const icaltimetype& like) const;
+  /// `time` as wall seconds on the clock of `like`.
+  std::int64_t wallSecondsOn(const icaltimetype& time, const icaltimetype& like);
+
+  /// Whether `zone` stands for a zone of the system's tz database: libical must not convert times on it.
+  static bool isSystemZone(const icaltimezone* zone);
 
 private:
   struct Minute {
@@ -57,8 +62,9 @@ icaltimetype wallTimeAt(std::int64_t seconds, icaltimetype like);
 /// Whether libical could read the time at all.
 bool isUsableTime(const icaltimetype& time);
 
-/// The value with the zone its TZID names: the file's VTIMEZONE first, then libical's zone of that name.
-/// A zone that neither knows leaves the time floating, on the device's clock, which is the best guess.
+/// The value with the zone its TZID names: the file's VTIMEZONE as written first, then the system's tz
+/// database. A zone that neither knows leaves the time floating, on the device's clock, which is the best
+/// guess. Throws TimeZoneError when the database's file for the zone cannot be read.
 icaltimetype zonedTime(icaltimetype value, icalproperty* property, icalcomponent* root);
 
 } // namespace vantrel

@@ -4,6 +4,7 @@
 #include "Linux/ICalendarRecurrence.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/TimeZoneError.hpp"
 #include "VantrelCore/Platform/UTF8.hpp"
 
 #include <algorithm>
@@ -432,9 +433,15 @@ struct ICalendarEventStore::State {
       return;
     }
     parsed.calendarName = calendarNameOf(parsed.root.get());
-    if (!readSeries(parsed, clock, limits, deadline)) {
-      logger.error("Read calendar file %s only in part: it took longer than the %lld ms allowed",
-                   file.string(), deadline.allowedMilliseconds());
+    try {
+      if (!readSeries(parsed, clock, limits, deadline)) {
+        logger.error("Read calendar file %s only in part: it took longer than the %lld ms allowed",
+                     file.string(), deadline.allowedMilliseconds());
+      }
+    } catch (const TimeZoneError& error) {
+      // Its times cannot be placed without the zone they name, so none of them is shown.
+      parsed.series.clear();
+      logger.error("Skipping calendar file %s: %s", file.string(), std::string(error.what()));
     }
   }
 

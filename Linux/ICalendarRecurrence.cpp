@@ -169,16 +169,17 @@ std::optional<icalrecurrencetype> prepared(icalrecurrencetype rule, const icalti
 }
 
 /// The rule's UNTIL as wall seconds on DTSTART's clock, counting a date as its whole day.
-std::optional<std::int64_t> untilOf(const icalrecurrencetype& rule, const icaltimetype& start) {
+std::optional<std::int64_t> untilOf(const icalrecurrencetype& rule, const icaltimetype& start,
+                                    ICalendarClock& clock) {
   if (icaltime_is_null_time(rule.until)) {
     return std::nullopt;
   }
-  icaltimetype until = rule.until;
+  const icaltimetype& until = rule.until;
   if (until.is_date != 0) {
     return wallSecondsOf(until) + secondsPerDay - 1;
   }
   if (start.is_date == 0 && start.zone != nullptr && until.zone != nullptr && until.zone != start.zone) {
-    until = icaltime_convert_to_zone(until, const_cast<icaltimezone*>(start.zone));
+    return clock.wallSecondsOn(until, start);
   }
   return wallSecondsOf(until);
 }
@@ -327,7 +328,7 @@ private:
     const icaltimetype& start = recurrence_.start_;
     const std::int64_t startWall = wallSecondsOf(start);
     const std::int64_t step = stepSeconds(rule);
-    const auto until = untilOf(rule, start);
+    const auto until = untilOf(rule, start, clock_);
     if (until && *until < earliest_) {
       return;
     }
@@ -364,6 +365,9 @@ private:
     const bool endsHere = !until || end < *until - secondsPerDay;
     if (endsHere) {
       bounded.until = wallTimeAt(end, start);
+    } else if (ICalendarClock::isSystemZone(start.zone) && bounded.until.is_date == 0) {
+      // libical would compare a UTC UNTIL with the stand-in's wall times as if both were UTC.
+      bounded.until = wallTimeAt(*until, start);
     }
 
     const IteratorPointer iterator(icalrecur_iterator_new(bounded, walkStart));

@@ -15,7 +15,9 @@ void GlobalOptions::addTo(CLI::App& app) {
   app.add_option("--now", now,
                  "Run as if it were this instant: YYYY-MM-DDTHH:MM[:SS] with optional Z or ±HH:MM")
       ->option_text("TIME");
-  app.add_option("--tz", timeZone, "Use this IANA time zone as the device zone, e.g. Europe/Berlin")
+  app.add_option("--tz", timeZone,
+                 "Use this zone of the tz database as the device zone, e.g. Europe/Berlin (default: TZ, "
+                 "then /etc/localtime)")
       ->option_text("ZONE");
   app.add_option("--cloud", cloud,
                  "Use this SQLite file as the cloud database; profiles that share one act as devices of one "
@@ -33,6 +35,8 @@ CommandEnvironment::CommandEnvironment(std::unique_ptr<Clock> clock, VantrelPath
 CommandEnvironment CommandEnvironment::make(const GlobalOptions& options) {
   if (options.timeZone) {
     DeviceSettings::setTimeZone(*options.timeZone);
+  } else {
+    DeviceSettings::adoptHostTimeZone();
   }
   // --now is read after --tz, so a wall time without an offset means that zone's wall time.
   std::unique_ptr<Clock> clock;

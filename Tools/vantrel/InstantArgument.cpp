@@ -3,6 +3,7 @@
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
 
 #include <cstdint>
 #include <memory>
@@ -121,8 +122,7 @@ Date parseInstantArgument(std::string_view text) {
 
   std::unique_ptr<icu::TimeZone> zone;
   if (offsetMinutes) {
-    zone.reset(icu::TimeZone::getGMT()->clone());
-    zone->setRawOffset(*offsetMinutes * 60 * 1000);
+    zone = TimeZoneDatabase::fixedOffset(*offsetMinutes * 60);
   } else {
     zone = DeviceSettings::timeZone();
   }

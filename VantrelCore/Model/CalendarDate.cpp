@@ -6,6 +6,7 @@
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/ProgramError.hpp"
 #include "VantrelCore/Platform/SystemClock.hpp"
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
 
 #include <algorithm>
 #include <array>
@@ -18,7 +19,6 @@
 #include <memory>
 #include <ostream>
 #include <unicode/gregocal.h>
-#include <unicode/simpletz.h>
 #include <unicode/smpdtfmt.h>
 
 namespace vantrel {
@@ -71,14 +71,6 @@ std::int64_t daysInMonth(std::int64_t year, std::int64_t month) {
   constexpr std::array<std::int64_t, 12> days{31, 28, 31, 30, 31, 30, 31, 31, 30, 31, 30, 31};
   const bool leap = (year % 4 == 0 && year % 100 != 0) || year % 400 == 0;
   return month == 2 && leap ? 29 : days[std::size_t(month - 1)];
-}
-
-std::unique_ptr<icu::TimeZone> utcZone() {
-  std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(UNICODE_STRING_SIMPLE("UTC")));
-  if (!zone || *zone == icu::TimeZone::getUnknown()) {
-    zone = std::make_unique<icu::SimpleTimeZone>(0, UNICODE_STRING_SIMPLE("GMT"));
-  }
-  return zone;
 }
 
 // ICU keeps julian day numbers in 32-bit integers and wraps silently about 5.8 million years from 1970, so
@@ -155,11 +147,11 @@ CalendarDate CalendarDate::localDayOf(Date instant) {
 }
 
 CalendarDate CalendarDate::utcDayOf(Date instant) {
-  return CalendarDayReader(utcZone()).dayOf(instant);
+  return CalendarDayReader(TimeZoneDatabase::utc()).dayOf(instant);
 }
 
 Date CalendarDate::noonUTC() const {
-  const auto calendar = makeGregorianCalendar(utcZone());
+  const auto calendar = makeGregorianCalendar(TimeZoneDatabase::utc());
   if (const auto millis = instantOf(*calendar, *this, 12)) {
     return Date::fromICUMilliseconds(*millis);
   }
@@ -195,7 +187,7 @@ std::string CalendarDate::formatted(std::string_view pattern) const {
   if (U_FAILURE(status)) {
     return {};
   }
-  formatter.adoptTimeZone(utcZone().release());
+  formatter.adoptTimeZone(TimeZoneDatabase::utc().release());
   icu::UnicodeString result;
   formatter.format(noonUTC().icuMilliseconds(), result);
   std::string utf8;
@@ -223,7 +215,7 @@ CalendarDate CalendarDate::adding(int days) const {
 }
 
 int CalendarDate::daysSince(const CalendarDate& other) const {
-  const auto calendar = makeGregorianCalendar(utcZone());
+  const auto calendar = makeGregorianCalendar(TimeZoneDatabase::utc());
   const auto julianDay = [&](const CalendarDate& date) -> std::optional<std::int64_t> {
     const auto midnight = instantOf(*calendar, date, 0);
     if (!midnight) {

@@ -1,6 +1,7 @@
 #include "VantrelCore/Model/LastEditedFormat.hpp"
 
 #include "VantrelCore/Platform/ProgramError.hpp"
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
 
 #include <cstdint>
 #include <cstdio>
@@ -32,10 +33,7 @@ icu::SimpleDateFormat& sharedFormatter() {
     if (U_FAILURE(status)) {
       programError(std::string("cannot create the last-edited formatter: ") + u_errorName(status));
     }
-    std::unique_ptr<icu::TimeZone> utc(icu::TimeZone::createTimeZone(icu::UnicodeString(u"UTC")));
-    if (utc && *utc != icu::TimeZone::getUnknown()) {
-      made->adoptTimeZone(utc.release());
-    }
+    made->adoptTimeZone(TimeZoneDatabase::utc().release());
     made->setLenient(false);
     return made;
   }();

@@ -1,11 +1,31 @@
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
+
+#include <cstdlib>
+#include <mutex>
 #include <stdexcept>
 #include <unicode/unistr.h>
 
 namespace vantrel {
+namespace {
+
+std::mutex zoneMutex;
+/// Whether the device zone was set here: until then ICU would detect the host's zone with its own rules.
+bool zoneAdopted = false;
+
+void adopt(std::unique_ptr<icu::TimeZone> zone) {
+  icu::TimeZone::adoptDefault(zone.release());
+  zoneAdopted = true;
+}
+
+} // namespace
 
 std::unique_ptr<icu::TimeZone> DeviceSettings::timeZone() {
+  const std::lock_guard lock(zoneMutex);
+  if (!zoneAdopted) {
+    adopt(TimeZoneDatabase::system().hostZone(std::getenv("TZ")));
+  }
   return std::unique_ptr<icu::TimeZone>(icu::TimeZone::createDefault());
 }
 
@@ -18,18 +38,15 @@ std::string DeviceSettings::timeZoneID() {
 }
 
 void DeviceSettings::setTimeZone(std::string_view identifier) {
-  const auto id =
-      icu::UnicodeString::fromUTF8(icu::StringPiece(identifier.data(), int32_t(identifier.size())));
-  std::unique_ptr<icu::TimeZone> zone(icu::TimeZone::createTimeZone(id));
-  // createTimeZone answers an unknown identifier with the "Etc/Unknown" zone instead of failing.
-  if (!zone || *zone == icu::TimeZone::getUnknown()) {
-    throw std::invalid_argument("unknown time zone '" + std::string(identifier) + "'");
-  }
-  icu::TimeZone::adoptDefault(zone.release());
+  auto zone = TimeZoneDatabase::system().zone(identifier);
+  const std::lock_guard lock(zoneMutex);
+  adopt(std::move(zone));
 }
 
 void DeviceSettings::adoptHostTimeZone() {
-  icu::TimeZone::adoptDefault(icu::TimeZone::detectHostTimeZone());
+  auto zone = TimeZoneDatabase::system().hostZone(std::getenv("TZ"));
+  const std::lock_guard lock(zoneMutex);
+  adopt(std::move(zone));
 }
 
 icu::Locale DeviceSettings::locale() {

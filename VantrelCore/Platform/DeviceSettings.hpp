@@ -16,13 +16,13 @@ class DeviceSettings {
 public:
   DeviceSettings() = delete;
 
-  /// A new copy of the current zone.
+  /// A new copy of the current zone; the host's zone until one is set.
   static std::unique_ptr<icu::TimeZone> timeZone();
   static std::string timeZoneID();
-  /// Makes `identifier` (an IANA zone such as "Europe/Berlin", or "UTC") the device zone.
-  /// Throws std::invalid_argument "unknown time zone 'X'" when ICU does not know the zone.
+  /// Makes `identifier` (a zone of the system's tz database such as "Europe/Berlin", or "UTC") the
+  /// device zone. Throws TimeZoneError ("unknown time zone 'X'") and keeps the current zone.
   static void setTimeZone(std::string_view identifier);
-  /// Re-reads the zone from the environment (TZ, then /etc/localtime); ICU caches it otherwise.
+  /// Makes the host's zone the device zone: TZ, then /etc/localtime. Throws TimeZoneError.
   static void adoptHostTimeZone();
 
   static icu::Locale locale();

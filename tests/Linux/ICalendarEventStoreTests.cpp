@@ -1,6 +1,7 @@
 #include "Linux/ICalendarEventStore.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/ManualExecutor.hpp"
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
 #include "tests/Support/HostileInputs.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
@@ -92,6 +93,24 @@ TZOFFSETFROM:+0200
 TZOFFSETTO:+0100
 TZNAME:CET
 DTSTART:19701025T030000
+RRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=-1SU
+END:STANDARD
+END:VTIMEZONE
+)";
+
+/// Mexico City as it was before 2022, with daylight time: a file's own definition is honoured as written.
+constexpr std::string_view oldMexicoZone = R"(BEGIN:VTIMEZONE
+TZID:America/Mexico_City
+BEGIN:DAYLIGHT
+TZOFFSETFROM:-0600
+TZOFFSETTO:-0500
+DTSTART:19700405T020000
+RRULE:FREQ=YEARLY;BYMONTH=4;BYDAY=1SU
+END:DAYLIGHT
+BEGIN:STANDARD
+TZOFFSETFROM:-0500
+TZOFFSETTO:-0600
+DTSTART:19701025T020000
 RRULE:FREQ=YEARLY;BYMONTH=10;BYDAY=-1SU
 END:STANDARD
 END:VTIMEZONE
@@ -238,6 +257,17 @@ TEST_F(ICalendarEventStoreTest, TimesFollowTheirOwnZones) {
       {"zone the file does not carry", "",
        "DTSTART;TZID=Asia/Tokyo:20260710T090000\nDTEND;TZID=Asia/Tokyo:20260710T100000\n",
        utc(2026, 7, 10, 0), utc(2026, 7, 10, 1)},
+      // Mexico ended daylight time in 2022; libical's and ICU's own rules still keep it.
+      {"zone whose rules changed", "",
+       "DTSTART;TZID=America/Mexico_City:20260710T090000\nDTEND;TZID=America/Mexico_City:20260710T100000\n",
+       utc(2026, 7, 10, 15), utc(2026, 7, 10, 16)},
+      {"zone the file defines its own way", oldMexicoZone,
+       "DTSTART;TZID=America/Mexico_City:20260710T090000\nDTEND;TZID=America/Mexico_City:20260710T100000\n",
+       utc(2026, 7, 10, 14), utc(2026, 7, 10, 15)},
+      {"zone behind a prefix", "",
+       "DTSTART;TZID=/citadel.org/20190101_1/Africa/Cairo:20260710T090000\n"
+       "DTEND;TZID=/citadel.org/20190101_1/Africa/Cairo:20260710T100000\n",
+       utc(2026, 7, 10, 6), utc(2026, 7, 10, 7)},
       {"UTC", "", "DTSTART:20260710T160000Z\nDTEND:20260710T170000Z\n", utc(2026, 7, 10, 16),
        utc(2026, 7, 10, 17)},
       {"floating", "", "DTSTART:20260710T090000\nDTEND:20260710T100000\n", utc(2026, 7, 10, 13),
@@ -269,6 +299,19 @@ RRULE:FREQ=WEEKLY;UNTIL=20260330T070000Z
             (std::vector<Seen>{{"Berlin sync", utc(2026, 3, 16, 8), utc(2026, 3, 16, 9)},
                                {"Berlin sync", utc(2026, 3, 23, 8), utc(2026, 3, 23, 9)},
                                {"Berlin sync", utc(2026, 3, 30, 7), utc(2026, 3, 30, 8)}}));
+}
+
+TEST_F(ICalendarEventStoreTest, SeriesInAZoneOfTheSystemsDatabaseEndsAtItsUntil) {
+  // Cairo moves its clocks on the last Friday of April; UNTIL names the last start exactly, in UTC, and
+  // the rule is read against the stand-in libical carries for the zone.
+  writeEvent("work", "cairo", "Cairo sync", R"(DTSTART;TZID=Africa/Cairo:20260417T090000
+DTEND;TZID=Africa/Cairo:20260417T100000
+RRULE:FREQ=WEEKLY;UNTIL=20260501T060000Z
+)");
+  EXPECT_EQ(eventsIn(utc(2026, 4, 1), utc(2026, 6, 1)),
+            (std::vector<Seen>{{"Cairo sync", utc(2026, 4, 17, 7), utc(2026, 4, 17, 8)},
+                               {"Cairo sync", utc(2026, 4, 24, 6), utc(2026, 4, 24, 7)},
+                               {"Cairo sync", utc(2026, 5, 1, 6), utc(2026, 5, 1, 7)}}));
 }
 
 TEST_F(ICalendarEventStoreTest, AllDayEventsSpanWholeLocalDays) {
@@ -478,6 +521,8 @@ TEST_F(ICalendarEventStoreTest, WhatCannotBeReadIsSkipped) {
   writeEvent("work", "no-start", "No start", "DTEND:20260501T120000\n");
   writeEvent("work", "bad-end", "Bad end", "DTSTART:20260501T090000\nDTEND:garbage\nRRULE:FREQ=SOMETIMES\n");
   writeEvent("work", "good", "Good", "DTSTART:20260501T100000\nDTEND:20260501T110000\n");
+  // The database's "right/" zones count leap seconds, which the planner cannot read.
+  writeEvent("work", "leap", "Leap", "DTSTART;TZID=right/UTC:20260501T100000\n");
   std::vector<Seen> found;
   ASSERT_NO_THROW(found = eventsIn(local(2026, 5, 1), local(2026, 5, 2)));
   EXPECT_EQ(found, (std::vector<Seen>{{"Bad end", local(2026, 5, 1, 9), local(2026, 5, 1, 9)},
@@ -485,6 +530,10 @@ TEST_F(ICalendarEventStoreTest, WhatCannotBeReadIsSkipped) {
   for (const auto& file : {garbage, empty}) {
     EXPECT_TRUE(log.contains("Skipping calendar file " + file.string() + ": it holds no iCalendar data"));
   }
+  EXPECT_TRUE(log.contains("Skipping calendar file " + (folder_.path() / "work/leap.ics").string() +
+                           ": time zone 'right/UTC' cannot be read: " +
+                           (TimeZoneDatabase::system().directory() / "right/UTC").string() +
+                           " counts leap seconds, which the planner's clock does not"));
 }
 
 TEST_F(ICalendarEventStoreTest, AuthorizationFollowsTheLocation) {

@@ -2,6 +2,7 @@
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
 #include "VantrelCore/Platform/SystemClock.hpp"
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
 #include "tests/Support/HostileInputs.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 
@@ -150,7 +151,7 @@ TEST(CalendarDate, LocalDayFollowsTheDeviceZoneAndUtcDayDoesNot) {
 
 TEST(CalendarDate, TodayReadsTheClockInTheGivenZoneNotTheDevices) {
   testing::ScopedDeviceSettings pinned("America/Los_Angeles");
-  const std::unique_ptr<icu::TimeZone> tokyo(icu::TimeZone::createTimeZone("Asia/Tokyo"));
+  const auto tokyo = TimeZoneDatabase::system().zone("Asia/Tokyo");
   EXPECT_EQ(CalendarDate::today(*tokyo, FixedClock(unix(march7 + 23.5 * hour))), (CalendarDate{2026, 3, 8}));
 }
 

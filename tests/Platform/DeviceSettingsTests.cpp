@@ -1,4 +1,5 @@
 #include "VantrelCore/Platform/DeviceSettings.hpp"
+#include "VantrelCore/Platform/TimeZoneError.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 
 #include <gtest/gtest.h>
@@ -21,12 +22,12 @@ TEST(DeviceSettings, RefusesUnknownZoneAndKeepsTheCurrentOne) {
       {
         try {
           DeviceSettings::setTimeZone("Mars/Olympus_Mons");
-        } catch (const std::invalid_argument& error) {
+        } catch (const TimeZoneError& error) {
           EXPECT_STREQ(error.what(), "unknown time zone 'Mars/Olympus_Mons'");
           throw;
         }
       },
-      std::invalid_argument);
+      TimeZoneError);
   EXPECT_EQ(DeviceSettings::timeZoneID(), "UTC");
 }
 

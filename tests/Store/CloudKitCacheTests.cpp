@@ -1,4 +1,5 @@
 #include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Platform/TimeZoneDatabase.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
 
 #include <gtest/gtest.h>
@@ -14,8 +15,7 @@ constexpr const char* me = "_me";
 constexpr const char* other = "_other";
 
 std::unique_ptr<icu::TimeZone> zone(const char* identifier) {
-  return std::unique_ptr<icu::TimeZone>(
-      icu::TimeZone::createTimeZone(icu::UnicodeString::fromUTF8(identifier)));
+  return TimeZoneDatabase::system().zone(identifier);
 }
 
 TaskRecord task(std::string name, std::string home, std::optional<std::string> parent = std::nullopt) {

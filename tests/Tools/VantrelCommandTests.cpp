@@ -246,6 +246,45 @@ TEST(VantrelCommand, TodayShowsTheDaysEventsOpenTimeGapsAndTheirTasks) {
   EXPECT_EQ(planner("calendars list"), "work  Work  (Local)  blocked\n");
 }
 
+// The device zone is the host's (TZ, then /etc/localtime) with the system's current rules: at 05:30 UTC
+// on 1 July 2026 it is still 30 June in Mexico City, which ended daylight time in 2022.
+TEST(VantrelCommand, TheDeviceZoneComesFromTZWithTheSystemsRules) {
+  testing::TemporaryFolder folder;
+  std::ofstream(folder.path() / "Broken") << "TZif2 but nothing else";
+  const struct {
+    const char* tz;
+    std::string tzdir;
+    std::string arguments;
+    int exitCode;
+    std::string output;
+  } cases[] = {
+      {"America/Mexico_City", "", "--now 2026-07-01T05:30Z about", 0, "today                 2026-06-30"},
+      {":Africa/Cairo", "", "--now 2026-06-30T21:30Z about", 0, "today                 2026-07-01"},
+      {"UTC", "", "--tz America/Mexico_City --now 2026-07-01T05:30Z about", 0,
+       "today                 2026-06-30"},
+      {"Mars/Olympus", "", "about", 1, "vantrel: unknown time zone 'Mars/Olympus'\n"},
+      {"Broken", folder.path().string(), "about", 1,
+       "vantrel: time zone 'Broken' cannot be read: " + (folder.path() / "Broken").string() +
+           " is damaged (truncated)\n"},
+  };
+  for (const auto& test : cases) {
+    SCOPED_TRACE(test.tz);
+    ::setenv("TZ", test.tz, 1);
+    if (!test.tzdir.empty()) {
+      ::setenv("TZDIR", test.tzdir.c_str(), 1);
+    }
+    const auto run = testing::runVantrel(test.arguments);
+    ::unsetenv("TZ");
+    ::unsetenv("TZDIR");
+    EXPECT_EQ(run.exitCode, test.exitCode);
+    if (test.exitCode == 0) {
+      EXPECT_NE(run.output.find(test.output), std::string::npos) << run.output;
+    } else {
+      EXPECT_EQ(run.output, test.output);
+    }
+  }
+}
+
 // Text that is not UTF-8 would be stored and then break every later write of the planner's files, so it
 // is refused before anything runs, saying what the argument was for.
 TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
