@@ -102,7 +102,7 @@ std::string disagreement(icu::GregorianCalendar& calendar, std::int64_t seconds)
 
 /// The instants a zone is checked at: a week and five hours apart from 1970 to 2037 (every weekday and
 /// time of day comes round), a month apart to 2100 (the footer's rule), and a second either side of
-/// every change the C library reports up to 2040.
+/// every change the C library reports before 2038.
 std::vector<std::int64_t> probeTimes() {
   std::vector<std::int64_t> times;
   for (std::int64_t time = year1970; time < year2038; time += 7 * day + 5 * 3600) {
