@@ -1,8 +1,8 @@
 #pragma once
 
 #include "Linux/PosixFileSystem.hpp"
-#include "VantrelCore/Model/Date.hpp"
 #include "VantrelCore/Planning/UserNotificationCenter.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 #include "VantrelCore/Platform/VantrelPaths.hpp"
 
 #include <filesystem>

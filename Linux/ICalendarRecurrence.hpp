@@ -1,7 +1,7 @@
 #pragma once
 
 #include "Linux/ICalendarClock.hpp"
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <array>
 #include <cstddef>

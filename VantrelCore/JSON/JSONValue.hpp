@@ -3,7 +3,7 @@
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/JSON/RapidJSON.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <cstddef>
 #include <cstdint>

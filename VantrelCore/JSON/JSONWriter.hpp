@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VantrelCore/JSON/RapidJSON.hpp"
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <cstddef>
 #include <cstdint>

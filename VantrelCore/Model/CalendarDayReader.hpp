@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Model/CalendarDate.hpp"
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <memory>
 #include <unicode/gregocal.h>

@@ -1,9 +1,9 @@
 #pragma once
 
-#include "VantrelCore/Model/Date.hpp"
 #include "VantrelCore/Planning/EventStoreAuthorization.hpp"
 #include "VantrelCore/Planning/EventStoreCalendar.hpp"
 #include "VantrelCore/Planning/EventStoreEvent.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <functional>
 #include <memory>

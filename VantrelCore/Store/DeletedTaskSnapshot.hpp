@@ -1,8 +1,8 @@
 #pragma once
 
-#include "VantrelCore/Model/Date.hpp"
 #include "VantrelCore/Model/TaskRecord.hpp"
 #include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <optional>
 #include <vector>

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "VantrelCore/Model/Date.hpp"
 #include "VantrelCore/Model/RecordField.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <string>
 #include <string_view>

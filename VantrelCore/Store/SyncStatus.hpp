@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 #include "VantrelCore/Store/RecordSyncFailure.hpp"
 #include "VantrelCore/Store/SyncConflict.hpp"
 #include "VantrelCore/Store/UIError.hpp"

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 #include "VantrelCore/Widget/GapWidgetModel.hpp"
 
 namespace vantrel {

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "VantrelCore/JSON/JSONWriter.hpp"
-#include "VantrelCore/Model/Date.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 #include "VantrelCore/Widget/GapWidgetEnvironment.hpp"
 
 #include <cstdint>

@@ -2,7 +2,6 @@
 
 #include "VantrelCore/Model/AreaRecord.hpp"
 #include "VantrelCore/Model/AreaSectionRecord.hpp"
-#include "VantrelCore/Model/Date.hpp"
 #include "VantrelCore/Model/DayRecord.hpp"
 #include "VantrelCore/Model/GapRecord.hpp"
 #include "VantrelCore/Model/InboxItemRecord.hpp"
@@ -15,6 +14,7 @@
 #include "VantrelCore/Model/UserProjectPlacementRecord.hpp"
 #include "VantrelCore/Model/UserProjectSectionStateRecord.hpp"
 #include "VantrelCore/Model/UserTaskScheduleRecord.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <cstdint>
 #include <gtest/gtest.h>
