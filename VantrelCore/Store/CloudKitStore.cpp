@@ -18,8 +18,7 @@ CloudKitStore::CloudKitStore(CloudKitPersistence persistence, Environment enviro
       commits_(
           cache_, persistence_, environment_.owner, environment_.snapshotQueue, environment_.clock,
           [this](LocalCommit& commit) { captureCommit(commit); }, [this] { ++dataVersion_; },
-          environment_.widgets),
-      self_(std::make_shared<CloudKitStore*>(this)) {
+          environment_.widgets) {
   const auto& restored = commits_.restore();
   restorePendingChanges();
   // Tokens are only as good as the records they cover: those must have come whole from a snapshot.
@@ -183,7 +182,7 @@ bool CloudKitStore::makeEngines(CloudDatabase& database) {
   }
   privateState->add(restored);
 
-  delegate_ = std::make_shared<CloudKitSyncDelegate>(self_);
+  delegate_ = std::make_shared<CloudKitSyncDelegate>(self_.reference());
   syncEngine_ = std::make_unique<SyncEngine>(
       SyncEngine::Configuration{.database = database,
                                 .scope = CloudDatabaseScope::privateDatabase,
@@ -191,7 +190,7 @@ bool CloudKitStore::makeEngines(CloudDatabase& database) {
                                 .delegate = delegate_,
                                 .automaticallySync = environment_.automaticallySync,
                                 .owner = &environment_.owner});
-  sharedDelegate_ = std::make_shared<SharedSyncEngineDelegate>(self_);
+  sharedDelegate_ = std::make_shared<SharedSyncEngineDelegate>(self_.reference());
   sharedSyncEngine_ = std::make_unique<SyncEngine>(
       SyncEngine::Configuration{.database = database,
                                 .scope = CloudDatabaseScope::sharedDatabase,
@@ -237,14 +236,14 @@ void CloudKitStore::start() {
   ensureZone();
   checkSchemaVersion();
   drainPendingIntentActions();
-  environment_.owner.post([self = std::weak_ptr(self_)] {
-    if (const auto store = self.lock()) {
-      (*store)->fetchChangesNow();
+  environment_.owner.post([self = self_.reference()] {
+    if (auto* store = self.get()) {
+      store->fetchChangesNow();
     }
   });
-  environment_.owner.post([self = std::weak_ptr(self_)] {
-    if (const auto store = self.lock()) {
-      (*store)->fetchSharedChangesNow();
+  environment_.owner.post([self = self_.reference()] {
+    if (auto* store = self.get()) {
+      store->fetchSharedChangesNow();
     }
   });
 }
@@ -442,12 +441,12 @@ void CloudKitStore::watchForChanges(double intervalSeconds) {
   }
   watching_ = true;
   const auto poll = std::make_shared<std::function<void()>>();
-  *poll = [self = std::weak_ptr(self_), intervalSeconds, poll = std::weak_ptr(poll)] {
-    const auto store = self.lock();
-    if (!store || !(*store)->watching_) {
+  *poll = [self = self_.reference(), intervalSeconds, poll = std::weak_ptr(poll)] {
+    auto* store = self.get();
+    if (store == nullptr || !store->watching_) {
       return;
     }
-    CloudKitStore& owner = **store;
+    CloudKitStore& owner = *store;
     try {
       const std::int64_t counter = owner.container().changeCounter();
       if (owner.watchedCounter_ && *owner.watchedCounter_ != counter) {

@@ -8,6 +8,7 @@
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
 #include "VantrelCore/Platform/RandomUUIDGenerator.hpp"
+#include "VantrelCore/Platform/WeakReference.hpp"
 #include "VantrelCore/Platform/WidgetCenter.hpp"
 #include "VantrelCore/Store/CloudKitAccountChange.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
@@ -486,7 +487,7 @@ private:
   std::optional<std::string> externalBridgeLockOwnerName_;
   bool bridgeIsApplying_ = false;
   /// Background jobs hold a weak reference, so one that outlives the store does nothing.
-  std::shared_ptr<CloudKitStore*> self_;
+  ReferenceAnchor<CloudKitStore> self_{*this};
   std::optional<std::int64_t> watchedCounter_;
   bool watching_ = false;
   /// The polling job; jobs on the loop hold it weakly, so it ends with the store.

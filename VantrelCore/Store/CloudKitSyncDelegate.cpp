@@ -35,7 +35,7 @@ CloudKitAccountChange storeChange(AccountChangeEvent::Kind kind) {
 
 } // namespace
 
-CloudKitSyncDelegate::CloudKitSyncDelegate(std::weak_ptr<CloudKitStore*> store)
+CloudKitSyncDelegate::CloudKitSyncDelegate(WeakReference<CloudKitStore> store)
     : store_(std::move(store)), logger_("com.vantrel.vantrel", "CloudKit"), instance_(++instances) {
   logger_.info("CloudKitSyncDelegate INIT %{public}ld", instance_);
 }
@@ -45,11 +45,11 @@ CloudKitSyncDelegate::~CloudKitSyncDelegate() {
 }
 
 void CloudKitSyncDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&) {
-  const auto locked = store_.lock();
-  if (!locked) {
+  auto* locked = store_.get();
+  if (locked == nullptr) {
     return;
   }
-  CloudKitStore& store = **locked;
+  CloudKitStore& store = *locked;
   if (std::holds_alternative<StateUpdateEvent>(event)) {
     // The state reaches the disk with the next save point, after the records its tokens cover.
     store.commits_.scheduleWrite();
@@ -103,11 +103,11 @@ void CloudKitSyncDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&
 
 std::optional<RecordZoneChangeBatch>
 CloudKitSyncDelegate::nextRecordZoneChangeBatch(const SendChangesContext&, SyncEngine& engine) {
-  const auto locked = store_.lock();
-  if (!locked) {
+  auto* locked = store_.get();
+  if (locked == nullptr) {
     return std::nullopt;
   }
-  CloudKitStore& store = **locked;
+  CloudKitStore& store = *locked;
   return RecordZoneChangeBatch::make(
       engine.state().pendingRecordZoneChanges(),
       [&](const CloudRecordID& recordID) { return store.buildRecord(recordID); });

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/WeakReference.hpp"
 #include "VantrelCore/Sync/SyncEngineDelegate.hpp"
 
 #include <cstdint>
@@ -14,7 +15,7 @@ class CloudKitStore;
 /// the store's records. Holds the store weakly; once the store is gone it does nothing.
 class CloudKitSyncDelegate : public SyncEngineDelegate {
 public:
-  explicit CloudKitSyncDelegate(std::weak_ptr<CloudKitStore*> store);
+  explicit CloudKitSyncDelegate(WeakReference<CloudKitStore> store);
   ~CloudKitSyncDelegate() override;
   CloudKitSyncDelegate(const CloudKitSyncDelegate&) = delete;
   CloudKitSyncDelegate& operator=(const CloudKitSyncDelegate&) = delete;
@@ -24,7 +25,7 @@ public:
                                                                  SyncEngine& engine) override;
 
 private:
-  std::weak_ptr<CloudKitStore*> store_;
+  WeakReference<CloudKitStore> store_;
   Logger logger_;
   std::int64_t instance_;
 };

@@ -52,8 +52,7 @@ LocalCommitCoordinator::LocalCommitCoordinator(CloudKitCache& cache, const Cloud
                                                WidgetCenter* widgets)
     : cache_(cache), persistence_(persistence), owner_(owner), writeQueue_(writeQueue), clock_(clock),
       capture_(std::move(capture)), logger_("com.vantrel.vantrel", "CloudKitStore"),
-      writer_(std::make_shared<Writer>(persistence, clock, logger_, widgets)),
-      self_(std::make_shared<LocalCommitCoordinator*>(this)) {
+      writer_(std::make_shared<Writer>(persistence, clock, logger_, widgets)) {
   cache_.setOnMutation([this, onMutation = std::move(onMutation)] {
     if (onMutation) {
       onMutation();
@@ -115,9 +114,9 @@ void LocalCommitCoordinator::scheduleWrite() {
     return;
   }
   writeRequested_ = true;
-  owner_.post([self = std::weak_ptr(self_)] {
-    if (const auto coordinator = self.lock()) {
-      (*coordinator)->writeFromOwner();
+  owner_.post([self = self_.reference()] {
+    if (auto* coordinator = self.get()) {
+      coordinator->writeFromOwner();
     }
   });
 }
@@ -148,17 +147,16 @@ void LocalCommitCoordinator::writeFromOwner() {
   }
   writeRequested_ = false;
   const std::uint64_t token = ++writer_->latestToken;
-  writeQueue_.post(
-      [writer = writer_, token, commit = capture(), owner = &owner_, self = std::weak_ptr(self_)] {
-        if (!writer->write(token, commit)) {
-          return;
-        }
-        owner->post([self, upTo = commit.serverCopies.upTo, actions = commit.drainedIntentActions] {
-          if (const auto coordinator = self.lock()) {
-            (*coordinator)->written(upTo, actions);
-          }
-        });
-      });
+  writeQueue_.post([writer = writer_, token, commit = capture(), owner = &owner_, self = self_.reference()] {
+    if (!writer->write(token, commit)) {
+      return;
+    }
+    owner->post([self, upTo = commit.serverCopies.upTo, actions = commit.drainedIntentActions] {
+      if (auto* coordinator = self.get()) {
+        coordinator->written(upTo, actions);
+      }
+    });
+  });
 }
 
 void LocalCommitCoordinator::flushSnapshotSynchronously() {

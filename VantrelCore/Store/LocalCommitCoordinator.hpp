@@ -3,6 +3,7 @@
 #include "VantrelCore/Platform/Clock.hpp"
 #include "VantrelCore/Platform/Executor.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/WeakReference.hpp"
 #include "VantrelCore/Platform/WidgetCenter.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
 #include "VantrelCore/Store/CloudKitPersistence.hpp"
@@ -99,7 +100,7 @@ private:
   Logger logger_;
   std::shared_ptr<Writer> writer_;
   /// Owner jobs hold a weak reference, so a job that outlives the coordinator does nothing.
-  std::shared_ptr<LocalCommitCoordinator*> self_;
+  ReferenceAnchor<LocalCommitCoordinator> self_{*this};
   bool writeRequested_ = false;
   std::optional<SnapshotStatus> initialLoadStatus_{};
   std::optional<std::int64_t> restoredLocalCommit_{};

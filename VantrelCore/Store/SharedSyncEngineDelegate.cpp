@@ -6,7 +6,7 @@
 
 namespace vantrel {
 
-SharedSyncEngineDelegate::SharedSyncEngineDelegate(std::weak_ptr<CloudKitStore*> store)
+SharedSyncEngineDelegate::SharedSyncEngineDelegate(WeakReference<CloudKitStore> store)
     : store_(std::move(store)), logger_("com.vantrel.vantrel", "CloudKitSharedSync") {}
 
 void SharedSyncEngineDelegate::ingest(CloudKitStore& store, const CloudRecord& record) {
@@ -33,11 +33,11 @@ void SharedSyncEngineDelegate::ingest(CloudKitStore& store, const CloudRecord& r
 }
 
 void SharedSyncEngineDelegate::handleEvent(const SyncEngineEvent& event, SyncEngine&) {
-  const auto locked = store_.lock();
-  if (!locked) {
+  auto* locked = store_.get();
+  if (locked == nullptr) {
     return;
   }
-  CloudKitStore& store = **locked;
+  CloudKitStore& store = *locked;
   if (std::holds_alternative<StateUpdateEvent>(event)) {
     // Written with the next save point, after the shared records its tokens cover.
     store.commits_.scheduleWrite();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Platform/Logger.hpp"
+#include "VantrelCore/Platform/WeakReference.hpp"
 #include "VantrelCore/Sync/SyncEngineDelegate.hpp"
 
 #include <memory>
@@ -14,7 +15,7 @@ class CloudKitStore;
 /// until then it offers nothing to send.
 class SharedSyncEngineDelegate : public SyncEngineDelegate {
 public:
-  explicit SharedSyncEngineDelegate(std::weak_ptr<CloudKitStore*> store);
+  explicit SharedSyncEngineDelegate(WeakReference<CloudKitStore> store);
 
   void handleEvent(const SyncEngineEvent& event, SyncEngine& engine) override;
   std::optional<RecordZoneChangeBatch> nextRecordZoneChangeBatch(const SendChangesContext& context,
@@ -23,7 +24,7 @@ public:
 private:
   void ingest(CloudKitStore& store, const CloudRecord& record);
 
-  std::weak_ptr<CloudKitStore*> store_;
+  WeakReference<CloudKitStore> store_;
   Logger logger_;
 };
 

@@ -19,7 +19,7 @@ SyncEngine::SyncEngine(Configuration configuration)
     : database_(configuration.database), scope_(configuration.scope),
       state_(std::move(configuration.state).value_or(SyncEngineState{})),
       delegate_(std::move(configuration.delegate)), automaticallySync_(configuration.automaticallySync),
-      owner_(configuration.owner), self_(std::make_shared<SyncEngine*>(this)) {
+      owner_(configuration.owner) {
   if (automaticallySync_ && owner_ == nullptr) {
     programError("SyncEngine: automatic sync needs an owner executor");
   }
@@ -400,10 +400,10 @@ void SyncEngine::scheduleSend() {
     return;
   }
   sendScheduled_ = true;
-  owner_->post([self = std::weak_ptr(self_)] {
-    if (const auto engine = self.lock(); engine && (*engine)->sendScheduled_) {
+  owner_->post([self = self_.reference()] {
+    if (auto* engine = self.get(); engine != nullptr && engine->sendScheduled_) {
       try {
-        (*engine)->sendChanges(SendChangesContext::Reason::scheduled);
+        engine->sendChanges(SendChangesContext::Reason::scheduled);
       } catch (const CloudError&) {
         // Without an account there is nothing to send to; the next account change brings a fetch.
       }
@@ -417,16 +417,16 @@ void SyncEngine::scheduleRetry(const CloudError& error, bool fetch) {
   }
   retryDelay_ = retryDelay_ == 0 ? firstRetryDelay : std::min(retryDelay_ * 2, longestRetryDelay);
   const double delay = error.retryAfterSeconds().value_or(retryDelay_);
-  owner_->postAfter(delay, [self = std::weak_ptr(self_), fetch] {
-    const auto engine = self.lock();
-    if (!engine) {
+  owner_->postAfter(delay, [self = self_.reference(), fetch] {
+    auto* engine = self.get();
+    if (engine == nullptr) {
       return;
     }
     try {
       if (fetch) {
-        (*engine)->fetchChanges();
+        engine->fetchChanges();
       } else {
-        (*engine)->sendChanges(SendChangesContext::Reason::scheduled);
+        engine->sendChanges(SendChangesContext::Reason::scheduled);
       }
     } catch (const CloudError&) {
       // A failed retry schedules the next one itself.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Platform/Executor.hpp"
+#include "VantrelCore/Platform/WeakReference.hpp"
 #include "VantrelCore/Sync/CloudDatabase.hpp"
 #include "VantrelCore/Sync/SyncEngineDelegate.hpp"
 #include "VantrelCore/Sync/SyncEngineState.hpp"
@@ -86,7 +87,7 @@ private:
   bool sendScheduled_ = false;
   double retryDelay_ = 0;
   /// Scheduled jobs hold a weak reference, so one that outlives the engine does nothing.
-  std::shared_ptr<SyncEngine*> self_;
+  ReferenceAnchor<SyncEngine> self_{*this};
 };
 
 } // namespace vantrel
