@@ -22,6 +22,15 @@ public:
   /// The same error, seen from one level further out: `outer` is put in front of the coding path.
   DecodingError nestedIn(const std::string& outer) const;
 
+  /// What `read()` returns; a DecodingError it throws comes out nested in `outer`.
+  template <class Read> static decltype(auto) within(const std::string& outer, Read read) {
+    try {
+      return read();
+    } catch (const DecodingError& error) {
+      throw error.nestedIn(outer);
+    }
+  }
+
 private:
   Kind kind_;
   std::string codingPath_;

@@ -9,14 +9,6 @@ namespace {
 /// spares the text its copies as it grows.
 constexpr std::size_t estimatedBytesPerRecord = 128;
 
-template <class Read> decltype(auto) nested(const std::string& path, Read read) {
-  try {
-    return read();
-  } catch (const DecodingError& error) {
-    throw error.nestedIn(path);
-  }
-}
-
 } // namespace
 
 std::size_t CloudKitCacheSnapshot::recordCount() const {
@@ -62,15 +54,17 @@ CloudKitCacheSnapshot CloudKitCacheSnapshot::decode(const rapidjson::Value& obje
   for (const auto& member : object.GetObject()) {
     const std::string_view key(member.name.GetString(), member.name.GetStringLength());
     if (key == "snapshotVersion") {
-      snapshot.snapshotVersion = nested(std::string(key), [&] { return readJSONInt64(member.value); });
+      snapshot.snapshotVersion =
+          DecodingError::within(std::string(key), [&] { return readJSONInt64(member.value); });
     } else if (key == "localCommit") {
-      snapshot.localCommit = nested(std::string(key), [&] { return readJSONInt64(member.value); });
+      snapshot.localCommit =
+          DecodingError::within(std::string(key), [&] { return readJSONInt64(member.value); });
     } else if (key == "currentUserRef") {
       snapshot.currentUserRef =
-          nested(std::string(key), [&] { return std::string(readJSONString(member.value)); });
+          DecodingError::within(std::string(key), [&] { return std::string(readJSONString(member.value)); });
     } else if (key == "schemaVersion") {
-      snapshot.schemaVersion =
-          nested(std::string(key), [&] { return decodeRecord<SchemaVersionRecord>(member.value); });
+      snapshot.schemaVersion = DecodingError::within(
+          std::string(key), [&] { return decodeRecord<SchemaVersionRecord>(member.value); });
     } else {
       std::apply(
           [&](const auto&... map) {

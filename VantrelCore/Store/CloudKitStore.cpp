@@ -182,22 +182,20 @@ bool CloudKitStore::makeEngines(CloudDatabase& database) {
   }
   privateState->add(restored);
 
+  const auto engine = [&](CloudDatabaseScope scope, std::optional<SyncEngineState> state,
+                          std::weak_ptr<SyncEngineDelegate> delegate) {
+    return std::make_unique<SyncEngine>(
+        SyncEngine::Configuration{.database = database,
+                                  .scope = scope,
+                                  .state = std::move(state),
+                                  .delegate = std::move(delegate),
+                                  .automaticallySync = environment_.automaticallySync,
+                                  .owner = &environment_.owner});
+  };
   delegate_ = std::make_shared<CloudKitSyncDelegate>(self_.reference());
-  syncEngine_ = std::make_unique<SyncEngine>(
-      SyncEngine::Configuration{.database = database,
-                                .scope = CloudDatabaseScope::privateDatabase,
-                                .state = std::move(privateState),
-                                .delegate = delegate_,
-                                .automaticallySync = environment_.automaticallySync,
-                                .owner = &environment_.owner});
+  syncEngine_ = engine(CloudDatabaseScope::privateDatabase, std::move(privateState), delegate_);
   sharedDelegate_ = std::make_shared<SharedSyncEngineDelegate>(self_.reference());
-  sharedSyncEngine_ = std::make_unique<SyncEngine>(
-      SyncEngine::Configuration{.database = database,
-                                .scope = CloudDatabaseScope::sharedDatabase,
-                                .state = std::move(sharedState),
-                                .delegate = sharedDelegate_,
-                                .automaticallySync = environment_.automaticallySync,
-                                .owner = &environment_.owner});
+  sharedSyncEngine_ = engine(CloudDatabaseScope::sharedDatabase, std::move(sharedState), sharedDelegate_);
   return restoredState;
 }
 

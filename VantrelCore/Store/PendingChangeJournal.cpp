@@ -15,14 +15,6 @@ const rapidjson::Value& requiredMember(const rapidjson::Value& object, const cha
   return found->value;
 }
 
-template <class Read> decltype(auto) nested(const char* path, Read read) {
-  try {
-    return read();
-  } catch (const DecodingError& error) {
-    throw error.nestedIn(path);
-  }
-}
-
 } // namespace
 
 std::string PendingChangeJournal::encodeJSON() const {
@@ -47,16 +39,17 @@ std::string PendingChangeJournal::encodeJSON() const {
 PendingChangeJournal PendingChangeJournal::decodeJSON(std::string_view text) {
   const auto document = parseJSON(text);
   const auto& object = readJSONObject(document);
-  const auto version = nested("version", [&] { return readJSONInt64(requiredMember(object, "version")); });
+  const auto version =
+      DecodingError::within("version", [&] { return readJSONInt64(requiredMember(object, "version")); });
   if (version != currentVersion) {
     throw DecodingError(DecodingError::Kind::dataCorrupted, "version",
                         "unknown pending-changes version " + std::to_string(version));
   }
   PendingChangeJournal journal;
-  journal.localCommit =
-      nested("localCommit", [&] { return readJSONInt64(requiredMember(object, "localCommit")); });
-  journal.saves =
-      nested("saves", [&] { return CloudKitCacheSnapshot::decode(requiredMember(object, "saves")); });
+  journal.localCommit = DecodingError::within(
+      "localCommit", [&] { return readJSONInt64(requiredMember(object, "localCommit")); });
+  journal.saves = DecodingError::within(
+      "saves", [&] { return CloudKitCacheSnapshot::decode(requiredMember(object, "saves")); });
   const auto& deletes = requiredMember(object, "deletes");
   if (!deletes.IsArray()) {
     throw DecodingError(DecodingError::Kind::typeMismatch, "deletes",
@@ -64,7 +57,8 @@ PendingChangeJournal PendingChangeJournal::decodeJSON(std::string_view text) {
   }
   for (rapidjson::SizeType index = 0; index < deletes.Size(); ++index) {
     const std::string path = "deletes/" + std::to_string(index);
-    journal.deletes.emplace_back(nested(path.c_str(), [&] { return readJSONString(deletes[index]); }));
+    journal.deletes.emplace_back(
+        DecodingError::within(path.c_str(), [&] { return readJSONString(deletes[index]); }));
   }
   return journal;
 }

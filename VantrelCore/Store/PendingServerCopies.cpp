@@ -4,36 +4,21 @@
 
 namespace vantrel {
 
-void PendingServerCopies::rememberSystemFields(std::string_view recordName) {
+template <class Entry>
+void PendingServerCopies::remember(std::map<std::string, Entry, std::less<>> PendingServerCopies::*entries,
+                                   std::string_view recordName) {
   if (!rollbackLog_) {
     return;
   }
-  const auto found = systemFields_.find(recordName);
-  rollbackLog_->push_back([name = std::string(recordName),
-                           before = found == systemFields_.end()
-                                        ? std::nullopt
-                                        : std::optional(found->second)](PendingServerCopies& copies) {
+  const auto& map = this->*entries;
+  const auto found = map.find(recordName);
+  rollbackLog_->push_back([entries, name = std::string(recordName),
+                           before = found == map.end() ? std::nullopt : std::optional(found->second)](
+                              PendingServerCopies& copies) {
     if (before) {
-      copies.systemFields_.insert_or_assign(name, *before);
+      (copies.*entries).insert_or_assign(name, *before);
     } else {
-      copies.systemFields_.erase(name);
-    }
-  });
-}
-
-void PendingServerCopies::rememberBaseRecord(std::string_view recordName) {
-  if (!rollbackLog_) {
-    return;
-  }
-  const auto found = baseRecords_.find(recordName);
-  rollbackLog_->push_back([name = std::string(recordName),
-                           before = found == baseRecords_.end()
-                                        ? std::nullopt
-                                        : std::optional(found->second)](PendingServerCopies& copies) {
-    if (before) {
-      copies.baseRecords_.insert_or_assign(name, *before);
-    } else {
-      copies.baseRecords_.erase(name);
+      (copies.*entries).erase(name);
     }
   });
 }
@@ -51,25 +36,25 @@ void PendingServerCopies::rollBack() {
 
 void PendingServerCopies::keepSystemFields(std::string_view recordType, std::string_view recordName,
                                            std::string bytes) {
-  rememberSystemFields(recordName);
+  remember(&PendingServerCopies::systemFields_, recordName);
   systemFields_.insert_or_assign(
       std::string(recordName),
       SystemFieldsEntry{std::string(recordType), std::move(bytes), false, ++sequence_});
 }
 
 void PendingServerCopies::keepBaseRecord(std::string_view recordName, std::string bytes) {
-  rememberBaseRecord(recordName);
+  remember(&PendingServerCopies::baseRecords_, recordName);
   baseRecords_.insert_or_assign(std::string(recordName), BaseEntry{std::move(bytes), ++sequence_});
 }
 
 void PendingServerCopies::forgetSystemFields(std::string_view recordType, std::string_view recordName) {
-  rememberSystemFields(recordName);
+  remember(&PendingServerCopies::systemFields_, recordName);
   systemFields_.insert_or_assign(
       std::string(recordName), SystemFieldsEntry{std::string(recordType), std::nullopt, false, ++sequence_});
 }
 
 void PendingServerCopies::forgetSystemFieldsByName(std::string_view recordName) {
-  rememberSystemFields(recordName);
+  remember(&PendingServerCopies::systemFields_, recordName);
   systemFields_.insert_or_assign(std::string(recordName),
                                  SystemFieldsEntry{{}, std::nullopt, true, ++sequence_});
 }

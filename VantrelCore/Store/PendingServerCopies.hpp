@@ -95,8 +95,10 @@ private:
     std::uint64_t sequence = 0;
   };
 
-  void rememberSystemFields(std::string_view recordName);
-  void rememberBaseRecord(std::string_view recordName);
+  /// Logs how `entries` holds `recordName` now, for rollBack().
+  template <class Entry>
+  void remember(std::map<std::string, Entry, std::less<>> PendingServerCopies::*entries,
+                std::string_view recordName);
 
   std::map<std::string, SystemFieldsEntry, std::less<>> systemFields_;
   std::map<std::string, BaseEntry, std::less<>> baseRecords_;

@@ -24,16 +24,8 @@ SavedEngineState SavedEngineState::decode(std::string_view bytes) {
     throw DecodingError(DecodingError::Kind::keyNotFound, "localCommit", "no value for key localCommit");
   }
   SavedEngineState saved;
-  try {
-    saved.localCommit = readJSONInt64(commit->value);
-  } catch (const DecodingError& error) {
-    throw error.nestedIn("localCommit");
-  }
-  try {
-    saved.state = SyncEngineState::decode(engine->value);
-  } catch (const DecodingError& error) {
-    throw error.nestedIn("engine");
-  }
+  saved.localCommit = DecodingError::within("localCommit", [&] { return readJSONInt64(commit->value); });
+  saved.state = DecodingError::within("engine", [&] { return SyncEngineState::decode(engine->value); });
   return saved;
 }
 
