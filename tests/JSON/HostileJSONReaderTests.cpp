@@ -222,11 +222,11 @@ TEST_F(HostileJSONReaderTest, EachReaderReadsItsOwnFileAndRefusesHostileOnesOnly
         std::string(reader.valid).insert(firstString, "\\udc00"),
         std::string(reader.valid).insert(firstString, "\\ud800x"),
         reader.valid + std::string(1, '\0') + reader.valid,
+        testing::deeplyNestedJSON(200'000, false),
     };
     for (const auto& text : refusedTexts) {
-      EXPECT_NE(reader.read(text), std::nullopt) << ::testing::PrintToString(text);
+      EXPECT_NE(reader.read(text), std::nullopt) << ::testing::PrintToString(text.substr(0, 200));
     }
-    EXPECT_NE(reader.read(testing::deeplyNestedJSON(200'000, false)), std::nullopt);
     const auto refusal = reader.read(testing::deeplyNestedJSON(200'000, true));
     ASSERT_NE(refusal, std::nullopt);
     EXPECT_NE(refusal->find(reader.depthRefusal), std::string::npos) << *refusal;

@@ -15,6 +15,28 @@ namespace {
 using testing::InMemoryCloudDatabase;
 using testing::StoreDevice;
 
+/// Names ordered by their sort index, the order in which they are shown.
+std::vector<std::string> namesByIndex(std::vector<std::pair<std::int64_t, std::string>> items) {
+  std::ranges::sort(items);
+  std::vector<std::string> names;
+  for (const auto& [index, name] : items) {
+    names.push_back(name);
+  }
+  return names;
+}
+
+/// A project's items, tasks and headers, in their shown order.
+std::vector<std::string> projectOrder(const CloudKitCache& cache, const std::string& project) {
+  std::vector<std::pair<std::int64_t, std::string>> items;
+  for (const auto& task : CloudKitCache::namesIn(cache.tasksByHome(), project)) {
+    items.emplace_back(cache.tasks().at(task).sortIndex, task);
+  }
+  for (const auto& header : CloudKitCache::namesIn(cache.sectionsByProject(), project)) {
+    items.emplace_back(cache.projectSections().at(header).sortIndex, header);
+  }
+  return namesByIndex(std::move(items));
+}
+
 class EntityMutationTest : public ::testing::Test {
 protected:
   void SetUp() override {
@@ -23,6 +45,39 @@ protected:
   }
   CloudKitStore& store() { return phone_.store(); }
   const CloudKitCache& cache() { return phone_.store().cache(); }
+  std::int64_t taskIndex(const std::string& task) { return cache().tasks().at(task).sortIndex; }
+  std::int64_t placementIndex(const std::string& project) {
+    return cache()
+        .userProjectPlacements()
+        .at(RecordNames::userProjectPlacement(cache().currentUserRef(), project))
+        .sortIndex;
+  }
+
+  // Sends the phone's changes and checks the laptop ends up holding the same records.
+  void expectLaptopMatches() {
+    phone_.send();
+    laptop_.fetch();
+    EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  }
+
+  // Runs a mutation that must be refused with Error; whatever the reason, nothing may change: no record, no
+  // pending change, no version. Returns the refusal's message.
+  template <typename Error> std::string refusal(const std::function<void()>& mutate) {
+    const auto snapshot = cache().snapshot();
+    const auto pending = store().syncEngine()->state().pendingRecordZoneChanges();
+    const auto version = store().dataVersion();
+    std::string message;
+    try {
+      mutate();
+      ADD_FAILURE() << "not refused";
+    } catch (const Error& refused) {
+      message = refused.what();
+    }
+    EXPECT_EQ(cache().snapshot(), snapshot);
+    EXPECT_EQ(store().syncEngine()->state().pendingRecordZoneChanges(), pending);
+    EXPECT_EQ(store().dataVersion(), version);
+    return message;
+  }
 
   testing::TemporaryFolder folder_;
   FixedClock clock_{Date{800'000'000}};
@@ -53,10 +108,7 @@ TEST_F(EntityMutationTest, EveryMutationReachesTheOtherDevice) {
   const auto item = store().addInboxItem("Call Ann", "about Sunday", clock_.now());
   store().addInboxItem("Buy seeds", std::nullopt, clock_.now());
   store().deleteInboxItem(item);
-  phone_.send();
-  laptop_.fetch();
-
-  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  expectLaptopMatches();
   EXPECT_EQ(cache().areas().at("home-2").name, "Untitled");
   EXPECT_EQ(cache().tasks().at(task).title, "Water every plant");
   EXPECT_EQ(cache().tasks().at(subtask).parentTaskRef, task);
@@ -72,14 +124,12 @@ TEST_F(EntityMutationTest, NewItemsGoAfterTheLastOrBeforeTheFirst) {
   const auto first = store().addTaskToArea(area, "first");
   const auto second = store().addTaskToArea(area, "second");
   const auto top = store().addTaskToArea(area, "top", {.insertAtTop = true});
-  const auto index = [&](const std::string& name) { return cache().tasks().at(name).sortIndex; };
-  EXPECT_EQ(std::vector({index(top), index(first), index(second)}),
+  EXPECT_EQ(std::vector({taskIndex(top), taskIndex(first), taskIndex(second)}),
             std::vector<std::int64_t>({0, 1000, 2000}));
   EXPECT_EQ(cache().areas().at(area).sortIndex, 1000);
   EXPECT_EQ(cache().areas().at(store().addArea("Work", "", "")).sortIndex, 2000);
 }
 
-// Whatever the reason a mutation is refused, nothing changes: no record, no pending change, no version.
 TEST_F(EntityMutationTest, ARefusedMutationChangesNothing) {
   const auto area = store().addArea("Errands", "", "");
   const auto task = store().addTaskToArea(area, "Buy milk");
@@ -111,18 +161,7 @@ TEST_F(EntityMutationTest, ARefusedMutationChangesNothing) {
   };
   for (const auto& [name, mutate, error] : cases) {
     SCOPED_TRACE(name);
-    const auto snapshot = cache().snapshot();
-    const auto pending = store().syncEngine()->state().pendingRecordZoneChanges();
-    const auto version = store().dataVersion();
-    try {
-      mutate();
-      ADD_FAILURE() << "not refused";
-    } catch (const CloudKitStoreError& refused) {
-      EXPECT_EQ(refused.what(), error);
-    }
-    EXPECT_EQ(cache().snapshot(), snapshot);
-    EXPECT_EQ(store().syncEngine()->state().pendingRecordZoneChanges(), pending);
-    EXPECT_EQ(store().dataVersion(), version);
+    EXPECT_EQ(refusal<CloudKitStoreError>(mutate), error);
   }
 }
 
@@ -132,8 +171,7 @@ TEST_F(EntityMutationTest, DeletesLeaveNothingBehindThatNothingCanReach) {
   const auto subtask = store().addSubtask(task, "balloons");
   store().setTaskSchedule(task, CalendarDate{2026, 3, 7}, std::nullopt);
   store().setTaskSchedule(subtask, CalendarDate{2026, 3, 8}, "10:00");
-  phone_.send();
-  laptop_.fetch();
+  expectLaptopMatches();
 
   store().setTaskSchedule(task, std::nullopt, std::nullopt);
   EXPECT_FALSE(cache().myTaskSchedules().contains(task)) << "an empty schedule is deleted, not saved";
@@ -153,9 +191,7 @@ TEST_F(EntityMutationTest, DeletesLeaveNothingBehindThatNothingCanReach) {
   EXPECT_TRUE(cache().userTaskSchedules().empty());
   store().deleteArea(area);
   EXPECT_TRUE(cache().areas().empty());
-  phone_.send();
-  laptop_.fetch();
-  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  expectLaptopMatches();
   EXPECT_EQ(cache().recordCount(), 1u) << "only the schema record is left";
 }
 
@@ -167,35 +203,20 @@ TEST_F(EntityMutationTest, ReordersProduceTheRequestedOrderAndMovesTakeSubtasksA
   const auto sow = store().addTaskToProject(project, "Sow");
   const auto header = store().addHeaderToProject(project, "Later");
   const auto areaHeader = store().addHeaderToArea(area, "Someday", true);
-  const auto ordered = [&](std::vector<std::pair<std::string, std::int64_t>> items) {
-    std::ranges::sort(items, {}, &std::pair<std::string, std::int64_t>::second);
-    std::vector<std::string> names;
-    for (const auto& [name, index] : items) {
-      names.push_back(name);
-    }
-    return names;
-  };
 
-  const ProjectItemKey projectOrder[] = {ProjectItemKey::section(header), ProjectItemKey::task(sow),
-                                         ProjectItemKey::task(dig)};
-  store().reorderProject(project, projectOrder);
-  EXPECT_EQ(ordered({{dig, cache().tasks().at(dig).sortIndex},
-                     {sow, cache().tasks().at(sow).sortIndex},
-                     {header, cache().projectSections().at(header).sortIndex}}),
-            (std::vector<std::string>{header, sow, dig}));
+  const ProjectItemKey order[] = {ProjectItemKey::section(header), ProjectItemKey::task(sow),
+                                  ProjectItemKey::task(dig)};
+  store().reorderProject(project, order);
+  EXPECT_EQ(projectOrder(cache(), project), (std::vector<std::string>{header, sow, dig}));
 
-  const auto placement = [&](const std::string& name) {
-    return cache().userProjectPlacements().at(
-        RecordNames::userProjectPlacement(cache().currentUserRef(), name));
-  };
-  EXPECT_LT(cache().areaSections().at(areaHeader).sortIndex, placement(project).sortIndex)
+  EXPECT_LT(cache().areaSections().at(areaHeader).sortIndex, placementIndex(project))
       << "inserted at the top";
   const AreaItemKey areaOrder[] = {AreaItemKey::project(other), AreaItemKey::section(areaHeader),
                                    AreaItemKey::project(project)};
   store().reorderAreaProjects(area, areaOrder);
-  EXPECT_EQ(ordered({{project, placement(project).sortIndex},
-                     {other, placement(other).sortIndex},
-                     {areaHeader, cache().areaSections().at(areaHeader).sortIndex}}),
+  EXPECT_EQ(namesByIndex({{placementIndex(project), project},
+                          {placementIndex(other), other},
+                          {cache().areaSections().at(areaHeader).sortIndex, areaHeader}}),
             (std::vector<std::string>{other, areaHeader, project}));
 
   const ProjectItemKey foreign[] = {ProjectItemKey::task(dig)};
@@ -208,7 +229,7 @@ TEST_F(EntityMutationTest, ReordersProduceTheRequestedOrderAndMovesTakeSubtasksA
   const auto water = store().addTaskToArea(area, "Water");
   const std::string taskOrder[] = {water, dig};
   store().reorderAreaTasks(area, taskOrder);
-  EXPECT_LT(cache().tasks().at(water).sortIndex, cache().tasks().at(dig).sortIndex);
+  EXPECT_LT(taskIndex(water), taskIndex(dig));
   store().deleteHeader(header);
   store().setHeaderTitle(areaHeader, "One day");
   EXPECT_FALSE(cache().projectSections().contains(header));
@@ -245,9 +266,7 @@ TEST_F(EntityMutationTest, GapsCarryTheTasksPlannedIntoThem) {
   ASSERT_EQ(copied.size(), 2u);
   EXPECT_EQ(cache().gaps().at(copied[1]).dayRef, "2026-03-09");
   EXPECT_EQ(cache().days().size(), 3u);
-  phone_.send();
-  laptop_.fetch();
-  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  expectLaptopMatches();
 }
 
 TEST(UndoableAction, MenuTitlesCountTheTasks) {
@@ -280,9 +299,7 @@ TEST_F(EntityMutationTest, UndoBringsDeletedTasksBackUnderTheirNamesAndMovedTask
   store().undoLast();
   EXPECT_EQ(cache().snapshot(), before);
   EXPECT_FALSE(store().lastUndoable());
-  phone_.send();
-  laptop_.fetch();
-  EXPECT_EQ(laptop_.store().cache().snapshot(), before) << "the restored records went up again";
+  expectLaptopMatches(); // the restored records go up again
 
   const std::string moved[] = {party, balloons};
   store().setTaskSchedules(moved, CalendarDate{2026, 3, 9}, std::nullopt);
@@ -311,25 +328,11 @@ TEST_F(EntityMutationTest, ItemsAddedBelowAnotherLandRightAfterIt) {
   expected.push_back(header);
   const auto underHeader = store().addTaskBelowHeader(header, "under the header");
   expected.push_back(underHeader);
-  std::vector<std::pair<std::int64_t, std::string>> actual;
-  for (const auto& [name, task] : cache().tasks()) {
-    actual.emplace_back(task.sortIndex, name);
-  }
-  actual.emplace_back(cache().projectSections().at(header).sortIndex, header);
-  std::ranges::sort(actual);
-  std::vector<std::string> names;
-  for (const auto& [index, name] : actual) {
-    names.push_back(name);
-  }
-  EXPECT_EQ(names, expected);
+  EXPECT_EQ(projectOrder(cache(), project), expected);
 
   const auto areaHeader = store().addHeaderToArea(area, "Someday");
   const auto later = store().addProjectBelowHeader(areaHeader, "Pond");
-  EXPECT_GT(cache()
-                .userProjectPlacements()
-                .at(RecordNames::userProjectPlacement(cache().currentUserRef(), later))
-                .sortIndex,
-            cache().areaSections().at(areaHeader).sortIndex);
+  EXPECT_GT(placementIndex(later), cache().areaSections().at(areaHeader).sortIndex);
   store().setProjectStatus(later, "archived");
   EXPECT_TRUE(cache().projects().at(later).isArchived());
   EXPECT_THROW(store().setProjectStatus(later, "paused"), std::invalid_argument);
@@ -349,23 +352,6 @@ TEST_F(EntityMutationTest, TriageTurnsAnInboxItemIntoATaskAndCanNoteItInThePurpo
   const auto loose = store().triageInboxItem(store().addInboxItem("Call Ann", std::nullopt, captured), area,
                                              std::nullopt, true);
   EXPECT_EQ(cache().tasks().at(loose).homeRef, area);
-}
-
-/// A project's items, tasks and headers, in their shown order.
-std::vector<std::string> projectOrder(const CloudKitCache& cache, const std::string& project) {
-  std::vector<std::pair<std::int64_t, std::string>> items;
-  for (const auto& task : CloudKitCache::namesIn(cache.tasksByHome(), project)) {
-    items.emplace_back(cache.tasks().at(task).sortIndex, task);
-  }
-  for (const auto& header : CloudKitCache::namesIn(cache.sectionsByProject(), project)) {
-    items.emplace_back(cache.projectSections().at(header).sortIndex, header);
-  }
-  std::ranges::sort(items);
-  std::vector<std::string> names;
-  for (const auto& [index, name] : items) {
-    names.push_back(name);
-  }
-  return names;
 }
 
 TEST_F(EntityMutationTest, TasksAddedAboveTheFirstHeaderEndTheUnsectionedOnes) {
@@ -396,9 +382,7 @@ TEST_F(EntityMutationTest, TasksAddedAboveTheFirstHeaderEndTheUnsectionedOnes) {
       headed, "planned", {.plannedDate = CalendarDate{2026, 3, 7}, .aboveFirstSection = true});
   EXPECT_EQ(cache().myTaskIDsByDay().at("2026-03-07"), RecordNameSet{planned});
   EXPECT_THROW(store().addTaskToArea(area, "nowhere to go", above), std::invalid_argument);
-  phone_.send();
-  laptop_.fetch();
-  EXPECT_EQ(laptop_.store().cache().snapshot(), cache().snapshot());
+  expectLaptopMatches();
 }
 
 TEST_F(EntityMutationTest, ChosenRecordNamesAreKeptWhenFreeAndWellFormed) {
@@ -436,11 +420,7 @@ TEST_F(EntityMutationTest, ChosenRecordNamesAreKeptWhenFreeAndWellFormed) {
   };
   for (const auto& [name, add] : refused) {
     SCOPED_TRACE(name);
-    const auto snapshot = cache().snapshot();
-    const auto pending = store().syncEngine()->state().pendingRecordZoneChanges();
-    EXPECT_THROW(add(), std::invalid_argument);
-    EXPECT_EQ(cache().snapshot(), snapshot);
-    EXPECT_EQ(store().syncEngine()->state().pendingRecordZoneChanges(), pending);
+    refusal<std::invalid_argument>(add);
   }
   EXPECT_EQ(store().addTaskToArea(area, "x", {.recordName = std::string(255, 't')}), std::string(255, 't'));
 }

@@ -3,8 +3,7 @@
 #include "VantrelCore/Widget/IntentActionQueue.hpp"
 #include "tests/Support/CountingUUIDs.hpp"
 #include "tests/Support/ScopedLogCapture.hpp"
-#include "tests/Support/StoreDevice.hpp"
-#include "tests/Support/TemporaryFolder.hpp"
+#include "tests/Support/TwoDeviceStoreTest.hpp"
 
 #include <cctype>
 #include <filesystem>
@@ -16,7 +15,6 @@
 namespace vantrel {
 namespace {
 
-using testing::InMemoryCloudDatabase;
 using testing::StoreDevice;
 namespace fs = std::filesystem;
 
@@ -34,14 +32,10 @@ void put(const fs::path& file, const std::string& text) {
 // The phone has fetched one task of the laptop's, added two offline and marked the laptop's done from its
 // widget; then the laptop adds another. Whatever one of the phone's files suffers now, reopening it must
 // lose none of this and send everything.
-class LocalStateRecoveryTest : public ::testing::Test {
+class LocalStateRecoveryTest : public testing::TwoDeviceStoreTest {
 public:
   void SetUp() override {
-    phone_.start();
-    laptop_.start();
-    area_ = phone_.store().addArea("Home", "", "");
-    phone_.send();
-    laptop_.fetch();
+    TwoDeviceStoreTest::SetUp();
     snapshotBeforeFetch_ = contentOf(snapshot());
     fetched_ = laptop_.store().addTaskToArea(area_, "Fetched before");
     laptop_.send();
@@ -75,12 +69,6 @@ public:
     EXPECT_EQ(phone_.store().pendingWriteCount(), 0) << damage;
   }
 
-  testing::TemporaryFolder folder_;
-  FixedClock clock_{Date{800'000'000}};
-  InMemoryCloudDatabase server_{clock_};
-  StoreDevice phone_{folder_.path() / "phone", server_, clock_};
-  StoreDevice laptop_{folder_.path() / "laptop", server_, clock_};
-  std::string area_;
   std::string fetched_;
   std::string later_;
   std::vector<std::string> offline_;
@@ -102,9 +90,7 @@ TEST_P(DamagedLocalStateTest, NoLostOrDamagedFileLosesAChangeOrAFetchedRecord) {
   const std::string damaged = damage.setAside ? contentOf(damage.setAside(*this)) : "";
   phone_.open();
   phone_.start();
-  for (int round = 0; round < 3 && phone_.store().pendingWriteCount() > 0; ++round) {
-    phone_.send();
-  }
+  sendAll(phone_);
   phone_.fetch();
   laptop_.fetch();
   expectNothingLost(damage.name);

@@ -67,12 +67,12 @@ const Backend backends[] = {
 class CloudDatabaseConformance : public ::testing::TestWithParam<Backend> {
 protected:
   CloudRecord task(const std::string& name, const std::string& title) const {
-    CloudRecord record("Task", CloudRecordID{name, zone_});
+    CloudRecord record("Task", at(name));
     record.setValue("title", title);
     return record;
   }
   CloudReference dependsOn(const std::string& name) const {
-    return CloudReference{CloudRecordID{name, zone_}, CloudReference::Action::deleteSelf};
+    return CloudReference{at(name), CloudReference::Action::deleteSelf};
   }
   std::variant<CloudRecord, CloudError> saveOne(CloudDatabase& database, const CloudRecord& record,
                                                 Policy policy = Policy::ifServerRecordUnchanged) {
@@ -92,6 +92,9 @@ protected:
     const auto* error = std::get_if<CloudError>(&outcome);
     return error ? error->code() : CloudErrorCode{0};
   }
+  static CloudErrorCode codeOf(const std::optional<CloudError>& error) {
+    return error ? error->code() : CloudErrorCode{0};
+  }
   template <class Call> static CloudErrorCode thrownCode(Call call) {
     try {
       call();
@@ -103,8 +106,18 @@ protected:
   static std::string title(const CloudRecord& record) {
     return std::get<std::string>(*record.value("title"));
   }
+  CloudRecordID at(const std::string& name) const { return CloudRecordID{name, zone_}; }
+  /// What fetching the record throws, or 0 when it is there.
+  CloudErrorCode fetchCode(const CloudRecordID& recordID) {
+    return thrownCode([&] { device_.fetchRecord(privateScope, recordID); });
+  }
+  /// What deleting the record reports, or 0 when it goes through.
+  CloudErrorCode deleteCode(const CloudRecordID& recordID) {
+    return codeOf(
+        device_.modifyRecords(privateScope, {.recordIDsToDelete = {recordID}}).deleteResults.at(0).second);
+  }
   void damage(const std::string& name, const std::string& bytes) {
-    GetParam().damage(*storage_, file_, device_.userRecordName(), CloudRecordID{name, zone_}, bytes);
+    GetParam().damage(*storage_, file_, device_.userRecordName(), at(name), bytes);
   }
 
   testing::TemporaryFolder folder_;
@@ -127,21 +140,18 @@ TEST_P(CloudDatabaseConformance, ZonesComeAndGo) {
   EXPECT_TRUE(device_.fetchAllRecordZones(privateScope).empty());
   EXPECT_EQ(thrownCode([&] { device_.fetchRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
   EXPECT_EQ(thrownCode([&] { device_.deleteRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
-  EXPECT_EQ(thrownCode([&] { device_.fetchRecord(privateScope, kept.recordID()); }),
-            CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(fetchCode(kept.recordID()), CloudErrorCode::zoneNotFound);
   EXPECT_EQ(codeOf(saveOne(device_, task("t-2", "x"))), CloudErrorCode::zoneNotFound);
 
   device_.saveRecordZone(privateScope, zone_);
-  EXPECT_EQ(thrownCode([&] { device_.fetchRecord(privateScope, kept.recordID()); }),
-            CloudErrorCode::unknownItem)
-      << "a zone made again starts empty";
+  EXPECT_EQ(fetchCode(kept.recordID()), CloudErrorCode::unknownItem) << "a zone made again starts empty";
   EXPECT_TRUE(device_.fetchAllRecordZones(CloudDatabaseScope::sharedDatabase).empty());
 }
 
 TEST_P(CloudDatabaseConformance, ASaveGetsTheServersBookkeeping) {
   auto record = task("t-1", "first");
   record.setValue("homeRef", dependsOn("p-1"));
-  record.setParent(CloudReference{CloudRecordID{"p-1", zone_}});
+  record.setParent(CloudReference{at("p-1")});
   const auto first = saved(device_, record);
   ASSERT_TRUE(first.systemFields().changeTag);
   EXPECT_EQ(first.systemFields().creationDate, clock_.now());
@@ -158,10 +168,7 @@ TEST_P(CloudDatabaseConformance, ASaveGetsTheServersBookkeeping) {
   EXPECT_EQ(second.systemFields().creationDate, first.systemFields().creationDate);
   EXPECT_EQ(second.systemFields().modificationDate, clock_.now());
   EXPECT_EQ(title(second), "second");
-  EXPECT_EQ(thrownCode([&] {
-              device_.fetchRecord(privateScope, CloudRecordID{"t-none", zone_});
-            }),
-            CloudErrorCode::unknownItem);
+  EXPECT_EQ(fetchCode(at("t-none")), CloudErrorCode::unknownItem);
 }
 
 // What each save policy does with a record the server changed since the client last saw it.
@@ -200,7 +207,7 @@ TEST_P(CloudDatabaseConformance, SavePoliciesDecideOverAChangedServerRecord) {
   EXPECT_EQ(codeOf(saveOne(device_, unsaved)), CloudErrorCode::serverRecordChanged)
       << "a record the client thinks new, but the server has";
 
-  device_.modifyRecords(privateScope, {.recordIDsToDelete = {replaced.recordID()}});
+  EXPECT_EQ(deleteCode(replaced.recordID()), CloudErrorCode{0});
   EXPECT_EQ(codeOf(saveOne(device_, replaced)), CloudErrorCode::unknownItem) << "saved before, deleted since";
   EXPECT_EQ(codeOf(saveOne(device_, replaced, Policy::changedKeys)), CloudErrorCode{0});
 }
@@ -216,19 +223,16 @@ TEST_P(CloudDatabaseConformance, AnAtomicModifyAppliesAZoneWhollyOrNotAtAll) {
   for (const bool atomically : {true, false}) {
     const auto result =
         device_.modifyRecords(privateScope, {.recordsToSave = {task("t-2", "fine"), stale, elsewhere},
-                                             .recordIDsToDelete = {CloudRecordID{"t-3", zone_}},
+                                             .recordIDsToDelete = {at("t-3")},
                                              .atomically = atomically});
     EXPECT_EQ(codeOf(result.saveResults[1].second), CloudErrorCode::serverRecordChanged);
     EXPECT_EQ(codeOf(result.saveResults[0].second),
               atomically ? CloudErrorCode::batchRequestFailed : CloudErrorCode{0});
     ASSERT_EQ(result.deleteResults.size(), 1u);
-    EXPECT_EQ(result.deleteResults[0].second ? result.deleteResults[0].second->code() : CloudErrorCode{0},
+    EXPECT_EQ(codeOf(result.deleteResults[0].second),
               atomically ? CloudErrorCode::batchRequestFailed : CloudErrorCode{0});
     EXPECT_EQ(codeOf(result.saveResults[2].second), CloudErrorCode{0}) << "another zone is not held back";
-    EXPECT_EQ(thrownCode([&] {
-                device_.fetchRecord(privateScope, CloudRecordID{"t-2", zone_});
-              }),
-              atomically ? CloudErrorCode::unknownItem : CloudErrorCode{0});
+    EXPECT_EQ(fetchCode(at("t-2")), atomically ? CloudErrorCode::unknownItem : CloudErrorCode{0});
     elsewhere = std::get<CloudRecord>(result.saveResults[2].second);
   }
   EXPECT_EQ(device_.fetchRecord(privateScope, existing.recordID()), existing);
@@ -244,21 +248,19 @@ TEST_P(CloudDatabaseConformance, AnAtomicModifyAppliesAZoneWhollyOrNotAtAll) {
 }
 
 TEST_P(CloudDatabaseConformance, DeletingARecordDeletesWhatDependsOnIt) {
-  saved(device_, CloudRecord("Project", CloudRecordID{"p-1", zone_}));
+  saved(device_, CloudRecord("Project", at("p-1")));
   auto parentTask = task("t-1", "task");
   parentTask.setValue("homeRef", dependsOn("p-1"));
   auto subtask = task("t-2", "subtask");
   subtask.setValue("parentTaskRef", dependsOn("t-1"));
   auto looselyLinked = task("t-3", "only a parent link");
-  looselyLinked.setParent(CloudReference{CloudRecordID{"p-1", zone_}});
+  looselyLinked.setParent(CloudReference{at("p-1")});
   auto listed = task("t-4", "listed");
   listed.setValue("links", std::vector{dependsOn("t-9"), dependsOn("p-1")});
   device_.modifyRecords(privateScope, {.recordsToSave = {parentTask, subtask, looselyLinked, listed}});
   const auto token = device_.fetchZoneChanges(privateScope, zone_, std::nullopt, 0).changeToken;
 
-  const auto result =
-      device_.modifyRecords(privateScope, {.recordIDsToDelete = {CloudRecordID{"p-1", zone_}}});
-  EXPECT_FALSE(result.deleteResults.at(0).second);
+  EXPECT_EQ(deleteCode(at("p-1")), CloudErrorCode{0});
   const auto changes = device_.fetchZoneChanges(privateScope, zone_, token, 0);
   std::set<std::string> deleted;
   for (const auto& record : changes.deletedRecords) {
@@ -267,20 +269,17 @@ TEST_P(CloudDatabaseConformance, DeletingARecordDeletesWhatDependsOnIt) {
   EXPECT_EQ(deleted, (std::set<std::string>{"p-1/Project", "t-1/Task", "t-2/Task", "t-4/Task"}));
   EXPECT_EQ(device_.fetchRecord(privateScope, looselyLinked.recordID()).recordID(), looselyLinked.recordID());
 
-  EXPECT_FALSE(device_.modifyRecords(privateScope, {.recordIDsToDelete = {CloudRecordID{"p-1", zone_}}})
-                   .deleteResults.at(0)
-                   .second)
-      << "deleting what is gone succeeds";
+  EXPECT_EQ(deleteCode(at("p-1")), CloudErrorCode{0}) << "deleting what is gone succeeds";
 }
 
 TEST_P(CloudDatabaseConformance, ZoneChangesArriveOnceEachInOrderAndPageByPage) {
   for (int index = 1; index <= 5; ++index) {
     saved(device_, task("t-" + std::to_string(index), "v1"));
   }
-  auto edited = device_.fetchRecord(privateScope, CloudRecordID{"t-2", zone_});
+  auto edited = device_.fetchRecord(privateScope, at("t-2"));
   edited.setValue("title", std::string("v2"));
   saved(device_, edited);
-  device_.modifyRecords(privateScope, {.recordIDsToDelete = {CloudRecordID{"t-3", zone_}}});
+  deleteCode(at("t-3"));
 
   std::vector<std::string> seen;
   std::optional<CloudChangeToken> token;
@@ -379,12 +378,9 @@ TEST_P(CloudDatabaseConformance, AnUnreadableRecordIsReportedAndHoldsBackNoOther
     ASSERT_EQ(first.unreadableRecords.size(), 1u);
     const auto& unreadable = first.unreadableRecords[0];
     EXPECT_EQ(std::tie(unreadable.recordID, unreadable.recordType),
-              std::make_tuple(CloudRecordID{"bad", zone_}, std::optional<std::string>("Task")));
+              std::make_tuple(at("bad"), std::optional<std::string>("Task")));
     EXPECT_EQ(unreadable.error.rfind("The record bad cannot be read: ", 0), 0u) << unreadable.error;
-    EXPECT_EQ(thrownCode([&] {
-                device_.fetchRecord(privateScope, CloudRecordID{"bad", zone_});
-              }),
-              CloudErrorCode::badDatabase);
+    EXPECT_EQ(fetchCode(at("bad")), CloudErrorCode::badDatabase);
   }
 }
 
@@ -430,11 +426,8 @@ TEST_P(CloudDatabaseConformance, AnUnreadableRowFailsOnlyItsOwnItemsUntilReplace
     }
   }
   damage("bad", "junk");
-  EXPECT_FALSE(device_.modifyRecords(privateScope, {.recordIDsToDelete = {current.recordID()}})
-                   .deleteResults.at(0)
-                   .second);
-  EXPECT_EQ(thrownCode([&] { device_.fetchRecord(privateScope, current.recordID()); }),
-            CloudErrorCode::unknownItem);
+  EXPECT_EQ(deleteCode(current.recordID()), CloudErrorCode{0});
+  EXPECT_EQ(fetchCode(current.recordID()), CloudErrorCode::unknownItem);
 }
 
 // A counter at the largest number would wrap around into numbers already issued: the call fails instead
@@ -442,9 +435,7 @@ TEST_P(CloudDatabaseConformance, AnUnreadableRowFailsOnlyItsOwnItemsUntilReplace
 TEST_P(CloudDatabaseConformance, ACounterAtItsLargestValueFailsTheChangeAndWritesNothing) {
   const auto existing = saved(device_, task("t-1", "kept"));
   const auto save = [&] { device_.modifyRecords(privateScope, {.recordsToSave = {task("t-2", "x")}}); };
-  const auto remove = [&] {
-    device_.modifyRecords(privateScope, {.recordIDsToDelete = {existing.recordID()}});
-  };
+  const auto remove = [&] { deleteCode(existing.recordID()); };
   const auto addZone = [&] { device_.saveRecordZone(privateScope, CloudRecordZoneID{"Other"}); };
   const std::pair<bool, std::function<void()>> cases[] = {
       {true, save}, {true, remove}, {false, save}, {false, addZone}};
@@ -467,10 +458,7 @@ TEST_P(CloudDatabaseConformance, ACounterAtItsLargestValueFailsTheChangeAndWrite
     });
   }
   EXPECT_EQ(device_.fetchRecord(privateScope, existing.recordID()), existing);
-  EXPECT_EQ(thrownCode([&] {
-              device_.fetchRecord(privateScope, CloudRecordID{"t-2", zone_});
-            }),
-            CloudErrorCode::unknownItem);
+  EXPECT_EQ(fetchCode(at("t-2")), CloudErrorCode::unknownItem);
   EXPECT_EQ(device_.fetchAllRecordZones(privateScope), std::vector{zone_});
 }
 
@@ -479,7 +467,7 @@ TEST_P(CloudDatabaseConformance, TextThatIsNotUTF8IsRepairedOnRead) {
   const std::string fffd = "\xEF\xBF\xBD";
   auto record = task("t-1", "ok \xff\xfe end");
   record.setValue("tags", std::vector<std::string>{"caf\xc3", "fine"});
-  record.setValue("homeRef", CloudReference{CloudRecordID{"p-\xe2\x82", zone_}});
+  record.setValue("homeRef", CloudReference{at("p-\xe2\x82")});
   const auto token = device_.fetchZoneChanges(privateScope, zone_, std::nullopt, 0).changeToken;
   const auto answer = saved(device_, record);
   const auto changes = device_.fetchZoneChanges(privateScope, zone_, token, 0).modifiedRecords;

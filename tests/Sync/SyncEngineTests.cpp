@@ -4,6 +4,7 @@
 #include "tests/Support/InMemoryCloudDatabase.hpp"
 #include "tests/Sync/SyncTestDevice.hpp"
 
+#include <algorithm>
 #include <gtest/gtest.h>
 
 namespace vantrel {
@@ -19,25 +20,28 @@ CloudRecordID id(const std::string& name) {
   return CloudRecordID{name, zone};
 }
 
+/// The events of one kind the device was told of, in order.
+template <class Event> std::vector<Event> eventsOf(const SyncTestDevice& device) {
+  std::vector<Event> found;
+  for (const auto& event : device.events) {
+    if (const auto* match = std::get_if<Event>(&event)) {
+      found.push_back(*match);
+    }
+  }
+  return found;
+}
+
 TEST(SyncEngineState, KeepsOneChangePerRecordInItsFirstPlaceAndSurvivesARoundTrip) {
+  const auto save = [](const char* name) { return PendingRecordZoneChange::save(id(name)); };
+  const auto remove = [](const char* name) { return PendingRecordZoneChange::remove(id(name)); };
   SyncEngineState state;
-  const PendingRecordZoneChange added[] = {PendingRecordZoneChange::save(id("a")),
-                                           PendingRecordZoneChange::save(id("b")),
-                                           PendingRecordZoneChange::remove(id("a"))};
-  state.add(added);
-  EXPECT_EQ(state.pendingRecordZoneChanges(),
-            (std::vector{PendingRecordZoneChange::remove(id("a")), PendingRecordZoneChange::save(id("b"))}));
-  const PendingRecordZoneChange notListed[] = {PendingRecordZoneChange::save(id("a"))};
-  state.remove(notListed);
-  EXPECT_EQ(state.pendingChange(id("a")), Kind::deleteRecord);
-  const PendingRecordZoneChange more[] = {PendingRecordZoneChange::save(id("c")),
-                                          PendingRecordZoneChange::save(id("d"))};
-  state.add(more);
-  const PendingRecordZoneChange middle[] = {PendingRecordZoneChange::save(id("c"))};
-  state.remove(middle);
-  EXPECT_EQ(state.pendingRecordZoneChanges(),
-            (std::vector{PendingRecordZoneChange::remove(id("a")), PendingRecordZoneChange::save(id("b")),
-                         PendingRecordZoneChange::save(id("d"))}));
+  state.add(std::vector{save("a"), save("b"), remove("a")});
+  EXPECT_EQ(state.pendingRecordZoneChanges(), (std::vector{remove("a"), save("b")}));
+  state.remove(std::vector{save("a")});
+  EXPECT_EQ(state.pendingChange(id("a")), Kind::deleteRecord) << "only the change listed is taken out";
+  state.add(std::vector{save("c"), save("d")});
+  state.remove(std::vector{save("c")});
+  EXPECT_EQ(state.pendingRecordZoneChanges(), (std::vector{remove("a"), save("b"), save("d")}));
   for (const char* name : {"a", "b", "d"}) {
     EXPECT_TRUE(state.pendingChange(id(name))) << name;
   }
@@ -137,14 +141,10 @@ TEST_F(SyncEngineTest, AConflictBringsAllThreeRecordsAndMergesOnTheSpot) {
   onLaptop_->engine->sendChanges();
 
   ASSERT_EQ(onLaptop_->failedSaves, std::vector{CloudErrorCode::serverRecordChanged});
-  const SentRecordZoneChangesEvent* conflict = nullptr;
-  for (const auto& event : onLaptop_->events) {
-    if (const auto* sent = std::get_if<SentRecordZoneChangesEvent>(&event);
-        sent && !sent->failedRecordSaves.empty()) {
-      conflict = sent;
-    }
-  }
-  ASSERT_NE(conflict, nullptr);
+  const auto sent = eventsOf<SentRecordZoneChangesEvent>(*onLaptop_);
+  const auto conflict =
+      std::ranges::find_if(sent, [](const auto& event) { return !event.failedRecordSaves.empty(); });
+  ASSERT_NE(conflict, sent.end());
   const auto& error = conflict->failedRecordSaves[0].error;
   ASSERT_TRUE(error.serverRecord() && error.clientRecord() && error.ancestorRecord());
   EXPECT_EQ(std::get<std::string>(*error.serverRecord()->value("title")), "renamed on the phone");
@@ -216,12 +216,7 @@ TEST_F(SyncEngineTest, AnUnreadableRecordArrivesBesideTheOthersAndDoesNotStallTh
     server_.replaceRecordData(id(damaged), "junk");
     onLaptop_->events.clear();
     onLaptop_->engine->fetchChanges();
-    std::vector<FetchedRecordZoneChangesEvent> fetched;
-    for (const auto& event : onLaptop_->events) {
-      if (const auto* changes = std::get_if<FetchedRecordZoneChangesEvent>(&event)) {
-        fetched.push_back(*changes);
-      }
-    }
+    const auto fetched = eventsOf<FetchedRecordZoneChangesEvent>(*onLaptop_);
     ASSERT_EQ(fetched.size(), 1u);
     EXPECT_EQ(fetched[0].modifications.size(), arriving);
     ASSERT_EQ(fetched[0].unreadableRecords.size(), 1u);
@@ -241,12 +236,9 @@ TEST_F(SyncEngineTest, ZoneDeletionsCarryTheirReason) {
     server_.removeZone(zone, reason);
     onLaptop_->events.clear();
     onLaptop_->engine->fetchChanges();
-    const FetchedDatabaseChangesEvent* fetched = nullptr;
-    for (const auto& event : onLaptop_->events) {
-      fetched = fetched ? fetched : std::get_if<FetchedDatabaseChangesEvent>(&event);
-    }
-    ASSERT_NE(fetched, nullptr);
-    EXPECT_EQ(fetched->deletions, (std::vector<CloudZoneDeletion>{{zone, reason}}));
+    const auto fetched = eventsOf<FetchedDatabaseChangesEvent>(*onLaptop_);
+    ASSERT_FALSE(fetched.empty());
+    EXPECT_EQ(fetched[0].deletions, (std::vector<CloudZoneDeletion>{{zone, reason}}));
     EXPECT_EQ(onLaptop_->engine->state().zoneChangeToken(zone), std::nullopt);
     server_.saveRecordZone(CloudDatabaseScope::privateDatabase, zone);
   }
