@@ -57,7 +57,12 @@ void CloudKitStore::performAtomically(const std::function<void()>& change) {
   }
 }
 
-CloudKitStore::WriteBatch::~WriteBatch() {
+CloudKitStore::WriteScope::WriteScope(CloudKitStore& store) : store_(store) {
+  store_.guardWrite();
+  ++store_.writeBatchDepth_;
+}
+
+CloudKitStore::WriteScope::~WriteScope() {
   if (--store_.writeBatchDepth_ == 0) {
     store_.addPendingChanges(std::exchange(store_.batchedChanges_, {}));
   }

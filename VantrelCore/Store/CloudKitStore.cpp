@@ -18,7 +18,8 @@ CloudKitStore::CloudKitStore(CloudKitPersistence persistence, Environment enviro
       commits_(
           cache_, persistence_, environment_.owner, environment_.snapshotQueue, environment_.clock,
           [this](LocalCommit& commit) { captureCommit(commit); }, [this] { ++dataVersion_; },
-          environment_.widgets) {
+          environment_.widgets),
+      rules_(cache_, *this, environment_.uuids ? *environment_.uuids : randomUUIDs_, environment_.clock) {
   const auto& restored = commits_.restore();
   restorePendingChanges();
   // Tokens are only as good as the records they cover: those must have come whole from a snapshot.
@@ -192,9 +193,9 @@ bool CloudKitStore::makeEngines(CloudDatabase& database) {
                                   .automaticallySync = environment_.automaticallySync,
                                   .owner = &environment_.owner});
   };
-  delegate_ = std::make_shared<CloudKitSyncDelegate>(self_.reference());
+  delegate_ = std::make_shared<CloudKitSyncDelegate>(eventSink_.reference());
   syncEngine_ = engine(CloudDatabaseScope::privateDatabase, std::move(privateState), delegate_);
-  sharedDelegate_ = std::make_shared<SharedSyncEngineDelegate>(self_.reference());
+  sharedDelegate_ = std::make_shared<SharedSyncEngineDelegate>(eventSink_.reference());
   sharedSyncEngine_ = engine(CloudDatabaseScope::sharedDatabase, std::move(sharedState), sharedDelegate_);
   return restoredState;
 }

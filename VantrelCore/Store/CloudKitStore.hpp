@@ -18,9 +18,13 @@
 #include "VantrelCore/Store/LocalCommitCoordinator.hpp"
 #include "VantrelCore/Store/NewTaskOptions.hpp"
 #include "VantrelCore/Store/RecordSyncFailure.hpp"
+#include "VantrelCore/Store/Rules/RecordWriter.hpp"
+#include "VantrelCore/Store/Rules/RuleContext.hpp"
+#include "VantrelCore/Store/Rules/TaskSchedule.hpp"
 #include "VantrelCore/Store/SharedRecordStore.hpp"
 #include "VantrelCore/Store/SnapshotStatus.hpp"
 #include "VantrelCore/Store/SyncConflict.hpp"
+#include "VantrelCore/Store/SyncEventHandler.hpp"
 #include "VantrelCore/Store/SyncHealth.hpp"
 #include "VantrelCore/Store/SyncStatus.hpp"
 #include "VantrelCore/Store/UIError.hpp"
@@ -48,8 +52,7 @@
 
 namespace vantrel {
 
-class CloudKitSyncDelegate;
-class SharedSyncEngineDelegate;
+class StoreSyncDelegate;
 
 /// The one owner of the planner's data in memory and the only door to the cloud: the record cache and
 /// its snapshot, the sync engines of the private and the shared database with their delegates, the
@@ -71,7 +74,7 @@ class SharedSyncEngineDelegate;
 ///   otherwise they are dropped and everything is fetched again, which is always safe because a fetched
 ///   record never overwrites one with a pending save.
 /// A file that cannot be read is set aside (".damaged") rather than overwritten, and logged.
-class CloudKitStore {
+class CloudKitStore : private RecordWriter, private SyncEventHandler {
 public:
   static constexpr std::string_view zoneName = "VantrelZone";
   /// The label of the store's own work queue, for logs; the store runs on its owner's executor.
@@ -303,11 +306,6 @@ public:
   /// Deletes the tasks (a subtask whose parent is listed too goes with the parent); undoable as one.
   void deleteTasks(std::span<const std::string> tasks);
 
-  struct TaskSchedule {
-    std::string taskID;
-    std::optional<CalendarDate> day;
-    std::optional<std::string> gapTime;
-  };
   /// Plans many tasks at once; undoable as one move.
   void setTaskSchedules(std::span<const TaskSchedule> schedules);
   /// Plans every listed task for the same day and gap; undoable as one move.
@@ -329,22 +327,37 @@ public:
   void setLastUndoable(std::optional<UndoableAction> action) { lastUndoable_ = std::move(action); }
 
 private:
-  friend class CloudKitSyncDelegate;
-  friend class SharedSyncEngineDelegate;
-
-  /// While one lives, the pending changes of the writes wait, and go to the engine together when the
-  /// outermost ends: a mutation of many records then saves the engine's state once, not once per record.
-  /// Ending also after a throw, since the cache already holds what was written.
-  class WriteBatch {
+  /// A write the user asked for: refused up front by the guard, and while it lives the pending changes of
+  /// its records wait and go to the engine together when the outermost ends, so a mutation of many
+  /// records saves the engine's state once. Ending also after a throw, since the cache already holds what
+  /// was written.
+  class WriteScope {
   public:
-    explicit WriteBatch(CloudKitStore& store) : store_(store) { ++store_.writeBatchDepth_; }
-    ~WriteBatch();
-    WriteBatch(const WriteBatch&) = delete;
-    WriteBatch& operator=(const WriteBatch&) = delete;
+    explicit WriteScope(CloudKitStore& store);
+    ~WriteScope();
+    WriteScope(const WriteScope&) = delete;
+    WriteScope& operator=(const WriteScope&) = delete;
 
   private:
     CloudKitStore& store_;
   };
+  /// The bridge's own writes pass the freeze the bridge itself set, the way its check-in does.
+  class BridgeWrite {
+  public:
+    explicit BridgeWrite(CloudKitStore& store)
+        : store_(store), wasApplying_(std::exchange(store.bridgeIsApplying_, true)) {}
+    ~BridgeWrite() { store_.bridgeIsApplying_ = wasApplying_; }
+    BridgeWrite(const BridgeWrite&) = delete;
+    BridgeWrite& operator=(const BridgeWrite&) = delete;
+
+  private:
+    CloudKitStore& store_;
+    bool wasApplying_;
+  };
+
+  // The write path the planner's rules take.
+  void save(AnyRecord record) override;
+  void remove(std::string_view recordType, std::string_view recordName) override;
 
   /// Refuses writes while the bridge holds the data, before start(), and before the schema is known.
   void guardWrite() const;
@@ -381,7 +394,19 @@ private:
   void retryRecordFailures();
   void recordUnreadable(std::string recordType, std::string recordName, std::string errorDescription);
 
-  // What the private engine's delegate asks of the store.
+  // What the engines' delegates hand the store, for either database.
+  void stateUpdated(CloudDatabaseScope scope) override;
+  void accountChanged(CloudDatabaseScope scope, AccountChangeEvent::Kind kind) override;
+  void databaseChangesFetched(CloudDatabaseScope scope, const FetchedDatabaseChangesEvent& event) override;
+  void recordChangesFetched(CloudDatabaseScope scope, const FetchedRecordZoneChangesEvent& event) override;
+  void recordChangesSent(CloudDatabaseScope scope, const SentRecordZoneChangesEvent& event) override;
+  void fetchingChanged(CloudDatabaseScope scope, bool fetching) override;
+  void unhandledEvent(CloudDatabaseScope scope) override;
+  std::optional<CloudRecord> recordToSend(CloudDatabaseScope scope, const CloudRecordID& recordID) override;
+  /// Takes the projects others shared, with their tasks and headers, into the shared records.
+  void takeInShared(const FetchedRecordZoneChangesEvent& event);
+  void takeInShared(const CloudRecord& record);
+
   void handleAccountChange(CloudKitAccountChange change);
   /// The record to send for a pending save: the cached entity on its kept bookkeeping.
   std::optional<CloudRecord> buildRecord(const CloudRecordID& recordID);
@@ -402,7 +427,6 @@ private:
   /// Puts the record's entity into the cache, whatever waits locally; false when it cannot be read.
   bool takeIntoCache(const CloudRecord& record);
   void handleZoneDeletion(CloudKitZoneDeleteReason reason);
-  void setFetching(bool fetching) { isFetching_ = fetching; }
   /// Keeps the server's bookkeeping and a full copy of each record, the ancestor of later merges, with
   /// one sync for all of them.
   void keepServerCopies(std::span<const CloudRecord* const> records);
@@ -413,50 +437,18 @@ private:
   /// Takes the entity of the record's type out of the cache.
   void removeFromCache(std::string_view recordType, std::string_view recordName);
 
-  const TaskRecord& requireTask(std::string_view task) const;
-  const AreaRecord& requireArea(std::string_view area) const;
-  const ProjectRecord& requireProject(std::string_view project) const;
-  const UserProjectPlacementRecord& requireMyPlacement(std::string_view project) const;
-  const GapRecord& requireGap(std::string_view gap) const;
-  /// Sort indexes of the items a home shows among its tasks: its top-level tasks, and a project's headers.
-  std::vector<std::int64_t> homeItemIndexes(const std::string& project) const;
-  /// Sort indexes of an area's list: this user's placements and headers in it.
-  std::vector<std::int64_t> areaItemIndexes(const std::string& area) const;
-  /// The user's schedules planned into the gap.
-  std::vector<UserTaskScheduleRecord> schedulesInGap(const GapRecord& gap) const;
-  std::optional<UserTaskScheduleRecord> mySchedule(const std::string& task) const;
-  /// The index halfway between `reference` and the next larger sibling (one step past when there is
-  /// none); nothing when the two are adjacent.
-  static std::optional<std::int64_t> indexAfter(std::int64_t reference,
-                                                std::span<const std::int64_t> siblings);
-  /// Fresh, evenly spaced indexes for a home's items (or a parent's subtasks), in their present order.
-  void renumberHome(const std::string& home);
-  void renumberSubtasks(const std::string& parent);
-  void renumberArea(const std::string& area);
-  /// Writes the user's schedule of the task as given: saved, or deleted when it plans nothing.
-  void writeSchedule(const std::string& task, std::optional<Date> date, std::optional<std::string> gapTime);
-  std::string addTask(std::string homeRef, std::string_view title, const NewTaskOptions& options);
-  /// The sort index of a project's new task placed after the tasks above its first header.
-  std::int64_t indexAboveFirstSection(const std::string& project);
-  std::string newRecordName(std::string_view prefix);
-  /// The caller's name for a new record of the type, checked to be well formed and free, or a new one.
-  template <class Record>
-  std::string nameForNewRecord(std::optional<std::string> given, std::string_view prefix);
-  /// Writes one bridge lock state onto every project, all checked to exist first.
-  void writeBridgeLock(std::span<const std::string> projects,
-                       const std::function<void(ProjectRecord&)>& change);
-
   CloudKitPersistence persistence_;
   Environment environment_;
   Logger logger_;
+  Logger sharedLogger_{"com.vantrel.vantrel", "CloudKitSharedSync"};
   CloudKitCache cache_;
   std::int64_t dataVersion_ = 0;
   LocalCommitCoordinator commits_;
   SharedRecordStore sharedRecords_;
   std::unique_ptr<CloudDatabase> container_;
-  std::shared_ptr<CloudKitSyncDelegate> delegate_;
+  std::shared_ptr<StoreSyncDelegate> delegate_;
   std::unique_ptr<SyncEngine> syncEngine_;
-  std::shared_ptr<SharedSyncEngineDelegate> sharedDelegate_;
+  std::shared_ptr<StoreSyncDelegate> sharedDelegate_;
   std::unique_ptr<SyncEngine> sharedSyncEngine_;
   bool isStarting_ = false;
   bool isStarted_ = false;
@@ -488,6 +480,8 @@ private:
   bool bridgeIsApplying_ = false;
   /// Background jobs hold a weak reference, so one that outlives the store does nothing.
   ReferenceAnchor<CloudKitStore> self_{*this};
+  /// The delegates reach the store only through this, and weakly.
+  ReferenceAnchor<SyncEventHandler> eventSink_{*this};
   std::optional<std::int64_t> watchedCounter_;
   bool watching_ = false;
   /// The polling job; jobs on the loop hold it weakly, so it ends with the store.
@@ -496,6 +490,8 @@ private:
   int writeBatchDepth_ = 0;
   std::vector<PendingRecordZoneChange> batchedChanges_;
   RandomUUIDGenerator randomUUIDs_;
+  /// What the planner's rules work over; last, since it refers to the members above.
+  RuleContext rules_;
 };
 
 template <class Record> void CloudKitStore::saveRecord(const Record& record) {
@@ -506,18 +502,6 @@ template <class Record> void CloudKitStore::saveRecord(const Record& record) {
     cache_.upsert(record);
   }
   enqueue(PendingRecordZoneChange::save(CloudRecordID{cloudRecordName(record), zoneID()}));
-}
-
-template <class Record>
-std::string CloudKitStore::nameForNewRecord(std::optional<std::string> given, std::string_view prefix) {
-  if (!given) {
-    return newRecordName(prefix);
-  }
-  RecordNames::checkChosen(*given);
-  if (cache_.records<Record>().contains(*given)) {
-    throw std::invalid_argument("record name " + *given + " is already in use");
-  }
-  return std::move(*given);
 }
 
 } // namespace vantrel

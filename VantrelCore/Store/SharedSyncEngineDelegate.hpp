@@ -1,31 +1,15 @@
 #pragma once
 
-#include "VantrelCore/Platform/Logger.hpp"
-#include "VantrelCore/Platform/WeakReference.hpp"
-#include "VantrelCore/Sync/SyncEngineDelegate.hpp"
-
-#include <memory>
+#include "VantrelCore/Store/StoreSyncDelegate.hpp"
 
 namespace vantrel {
 
-class CloudKitStore;
-
-/// The shared engine's delegate: takes the projects others shared with this user into the store's
-/// shared records and keeps the engine's state. Sending changes to shared projects comes with sharing;
-/// until then it offers nothing to send.
-class SharedSyncEngineDelegate : public SyncEngineDelegate {
+/// The shared database's delegate: the projects others shared with this user reach the store's shared
+/// records through it.
+class SharedSyncEngineDelegate final : public StoreSyncDelegate {
 public:
-  explicit SharedSyncEngineDelegate(WeakReference<CloudKitStore> store);
-
-  void handleEvent(const SyncEngineEvent& event, SyncEngine& engine) override;
-  std::optional<RecordZoneChangeBatch> nextRecordZoneChangeBatch(const SendChangesContext& context,
-                                                                 SyncEngine& engine) override;
-
-private:
-  void ingest(CloudKitStore& store, const CloudRecord& record);
-
-  WeakReference<CloudKitStore> store_;
-  Logger logger_;
+  explicit SharedSyncEngineDelegate(WeakReference<SyncEventHandler> sink)
+      : StoreSyncDelegate(std::move(sink), CloudDatabaseScope::sharedDatabase) {}
 };
 
 } // namespace vantrel
