@@ -123,7 +123,7 @@ struct JSONReader {
   std::string valid;
   std::function<std::optional<std::string>(const std::string&)> read;
   /// What each refusal's text starts with; what the refusal of a deep document says.
-  std::string refusalStart;
+  std::string refusalStart{};
   std::string depthRefusal = "More than 64 nested arrays and objects.";
 };
 
@@ -161,19 +161,18 @@ protected:
     center.setBadgeCount(2);
     const auto snapshot = variedSnapshot().encodeJSON();
     return {
-        {"snapshot", snapshot, refusalOf<DecodingError>(CloudKitCacheSnapshot::decodeJSON), ""},
+        {"snapshot", snapshot, refusalOf<DecodingError>(CloudKitCacheSnapshot::decodeJSON)},
         {"widget's snapshot reader", snapshot,
          refusalOf<DecodingError>([](const std::string& text) { GapWidgetData::read(text, day); }), "",
          "nesting too deep"},
-        {"engine state", engineStateText(), refusalOf<DecodingError>(SyncEngineState::deserialize), ""},
-        {"sync status", syncStatusText(), refusalOf<DecodingError>(SyncStatus::decodeJSON), ""},
-        {"undo of deleted tasks", deletedTasksText(), refusalOf<DecodingError>(UndoableAction::decodeJSON),
-         ""},
-        {"undo of moves", movesText(), refusalOf<DecodingError>(UndoableAction::decodeJSON), ""},
-        {"shared records", sharedRecordsText(), refusalOf<DecodingError>(SharedRecordStore::decodeJSON), ""},
-        {"intent queue", queueText(), refusalOf<DecodingError>(PendingIntentAction::decodeList), ""},
+        {"engine state", engineStateText(), refusalOf<DecodingError>(SyncEngineState::deserialize)},
+        {"sync status", syncStatusText(), refusalOf<DecodingError>(SyncStatus::decodeJSON)},
+        {"undo of deleted tasks", deletedTasksText(), refusalOf<DecodingError>(UndoableAction::decodeJSON)},
+        {"undo of moves", movesText(), refusalOf<DecodingError>(UndoableAction::decodeJSON)},
+        {"shared records", sharedRecordsText(), refusalOf<DecodingError>(SharedRecordStore::decodeJSON)},
+        {"intent queue", queueText(), refusalOf<DecodingError>(PendingIntentAction::decodeList)},
         {"app route", AppRoute::project("p-\"é\"").encodeJSON(),
-         refusalOf<DecodingError>(AppRoute::decodeJSON), ""},
+         refusalOf<DecodingError>(AppRoute::decodeJSON)},
         {"preferences", *PosixFileSystem::shared().readFile(preferences),
          refusalOf<PreferencesFileError>([preferences](const std::string& text) {
            writeFile(preferences, text);

@@ -4,11 +4,22 @@
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <optional>
 
 namespace vantrel {
 namespace {
 
 using testing::filledRecord;
+
+/// What `decode` throws, or none when it decodes.
+template <class Decode> std::optional<DecodingError> decodingErrorOf(Decode decode) {
+  try {
+    decode();
+  } catch (const DecodingError& error) {
+    return error;
+  }
+  return std::nullopt;
+}
 
 template <class Record> class EveryRecordType : public ::testing::Test {};
 TYPED_TEST_SUITE(EveryRecordType, testing::EveryRecordType);
@@ -35,14 +46,11 @@ TYPED_TEST(EveryRecordType, LeavesAbsentOptionalsOutAndRequiresEveryOtherField) 
     }
     auto withoutKey = parseJSON(json);
     withoutKey.RemoveMember(key.c_str());
-    try {
-      decodeRecord<TypeParam>(withoutKey);
-      ADD_FAILURE() << "decoded without " << key;
-    } catch (const DecodingError& error) {
-      EXPECT_EQ(error.kind(), DecodingError::Kind::keyNotFound);
-      EXPECT_EQ(error.codingPath(), key);
-      EXPECT_NE(error.debugDescription().find("missing required key '" + key + "'"), std::string::npos);
-    }
+    const auto error = decodingErrorOf([&] { decodeRecord<TypeParam>(withoutKey); });
+    ASSERT_TRUE(error) << "decoded without " << key;
+    EXPECT_EQ(error->kind(), DecodingError::Kind::keyNotFound);
+    EXPECT_EQ(error->codingPath(), key);
+    EXPECT_NE(error->debugDescription().find("missing required key '" + key + "'"), std::string::npos);
   });
 }
 
@@ -52,13 +60,10 @@ TYPED_TEST(EveryRecordType, RefusesAKeyGivenTwice) {
       [&](const auto& field) { firstKey = firstKey.empty() ? field.key : firstKey; });
   auto json = encodeRecordJSON(filledRecord<TypeParam>());
   json.insert(json.size() - 1, ",\"" + firstKey + "\":null");
-  try {
-    decodeRecordJSON<TypeParam>(json);
-    ADD_FAILURE() << "decoded " << json;
-  } catch (const DecodingError& error) {
-    EXPECT_EQ(error.codingPath(), firstKey);
-    EXPECT_NE(error.debugDescription().find("has key '" + firstKey + "' more than once"), std::string::npos);
-  }
+  const auto error = decodingErrorOf([&] { decodeRecordJSON<TypeParam>(json); });
+  ASSERT_TRUE(error) << "decoded " << json;
+  EXPECT_EQ(error->codingPath(), firstKey);
+  EXPECT_NE(error->debugDescription().find("has key '" + firstKey + "' more than once"), std::string::npos);
 }
 
 TEST(RecordJSON, TaskHasTheDocumentedShape) {
@@ -122,13 +127,10 @@ TEST(RecordJSON, WrongKindsNameTheRecordAndTheKey) {
   for (const auto& c : cases) {
     auto body = base;
     body.replace(body.find(c.replaced), std::string_view(c.replaced).size(), c.with);
-    try {
-      decodeRecordJSON<TaskRecord>("{" + body + "}");
-      ADD_FAILURE() << "accepted " << body;
-    } catch (const DecodingError& error) {
-      EXPECT_EQ(error.debugDescription(), c.message);
-      EXPECT_EQ(error.kind(), DecodingError::Kind::typeMismatch);
-    }
+    const auto error = decodingErrorOf([&] { decodeRecordJSON<TaskRecord>("{" + body + "}"); });
+    ASSERT_TRUE(error) << "accepted " << body;
+    EXPECT_EQ(error->debugDescription(), c.message);
+    EXPECT_EQ(error->kind(), DecodingError::Kind::typeMismatch);
   }
   EXPECT_THROW(decodeRecordJSON<TaskRecord>("[]"), DecodingError);
 }
@@ -146,13 +148,10 @@ TEST(RecordJSON, MalformedTextIsRejectedWithItsPosition) {
       {"{\"date\": NaN}", "The given data was not valid JSON: Invalid value. (line 1, column 10)"},
   };
   for (const auto& c : cases) {
-    try {
-      decodeRecordJSON<DayRecord>(c.text);
-      ADD_FAILURE() << "accepted " << c.text;
-    } catch (const DecodingError& error) {
-      EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
-      EXPECT_EQ(error.debugDescription(), c.message);
-    }
+    const auto error = decodingErrorOf([&] { decodeRecordJSON<DayRecord>(c.text); });
+    ASSERT_TRUE(error) << "accepted " << c.text;
+    EXPECT_EQ(error->kind(), DecodingError::Kind::dataCorrupted);
+    EXPECT_EQ(error->debugDescription(), c.message);
   }
 }
 
@@ -174,13 +173,10 @@ TEST(CalendarDateJSON, IsOneStringAndABadOneIsDataCorrupted) {
   CalendarDate date;
   readJSONValue(parseJSON(R"("2026-3-7")"), date);
   EXPECT_EQ(date, (CalendarDate{2026, 3, 7}));
-  try {
-    readJSONValue(parseJSON(R"("2026/03/07")"), date);
-    ADD_FAILURE() << "accepted 2026/03/07";
-  } catch (const DecodingError& error) {
-    EXPECT_EQ(error.kind(), DecodingError::Kind::dataCorrupted);
-    EXPECT_EQ(error.debugDescription(), "CalendarDate expected `yyyy-mm-dd`, got 2026/03/07");
-  }
+  const auto error = decodingErrorOf([&] { readJSONValue(parseJSON(R"("2026/03/07")"), date); });
+  ASSERT_TRUE(error) << "accepted 2026/03/07";
+  EXPECT_EQ(error->kind(), DecodingError::Kind::dataCorrupted);
+  EXPECT_EQ(error->debugDescription(), "CalendarDate expected `yyyy-mm-dd`, got 2026/03/07");
   EXPECT_THROW(readJSONValue(parseJSON("20260307"), date), DecodingError);
 }
 

@@ -119,37 +119,25 @@ TEST_F(CalendarGapEngineTest, AGapEndsAtTheNextBoundaryOfItsPartOfTheDay) {
   const std::vector<CalendarEvent> earlyEvent{event(at(7), at(7, 30))};
   const std::vector<CalendarEvent> allDay{event(at(0), at(0, 0, saturday.adding(1)), true)};
   const std::vector<Date> laterGap{at(15)};
+  using enum TaskGapEndSource;
   const struct {
     const char* name;
     Date start;
     std::vector<CalendarEvent> events;
     std::vector<Date> otherGaps;
-    std::optional<TaskGapEnd> end;
+    TaskGapEnd end;
   } cases[] = {
-      {"inside a meeting", at(10), meeting, {}, TaskGapEnd{at(11, 15), TaskGapEndSource::containingEvent}},
-      {"at the meeting's end", at(11, 15), meeting, {}, TaskGapEnd{at(20), TaskGapEndSource::nextBoundary}},
-      {"an event before the next gap", at(13), afternoonEvent, laterGap,
-       TaskGapEnd{at(14), TaskGapEndSource::nextBoundary}},
-      {"the next gap", at(13), {}, laterGap, TaskGapEnd{at(15), TaskGapEndSource::nextBoundary}},
-      {"alone in the day", at(13), {}, {}, TaskGapEnd{at(20), TaskGapEndSource::nextBoundary}},
-      {"before the day, an event before it too",
-       at(6),
-       earlyEvent,
-       {},
-       TaskGapEnd{at(7), TaskGapEndSource::beforeDayStart}},
-      {"before the day, nothing before it",
-       at(6),
-       afternoonEvent,
-       {},
-       TaskGapEnd{std::nullopt, TaskGapEndSource::openEnded}},
-      {"after the day", at(21), afternoonEvent, {}, TaskGapEnd{std::nullopt, TaskGapEndSource::openEnded}},
-      {"after the day, a later gap", at(21), {}, {at(22)}, TaskGapEnd{at(22), TaskGapEndSource::afterDayEnd}},
-      {"inside an all-day event", at(10), allDay, {}, TaskGapEnd{at(20), TaskGapEndSource::nextBoundary}},
-      {"a meeting running past the evening",
-       at(19),
-       {event(at(18), at(23))},
-       {},
-       TaskGapEnd{at(23), TaskGapEndSource::containingEvent}},
+      {"inside a meeting", at(10), meeting, {}, {at(11, 15), containingEvent}},
+      {"at the meeting's end", at(11, 15), meeting, {}, {at(20), nextBoundary}},
+      {"an event before the next gap", at(13), afternoonEvent, laterGap, {at(14), nextBoundary}},
+      {"the next gap", at(13), {}, laterGap, {at(15), nextBoundary}},
+      {"alone in the day", at(13), {}, {}, {at(20), nextBoundary}},
+      {"before the day, an event before it too", at(6), earlyEvent, {}, {at(7), beforeDayStart}},
+      {"before the day, nothing before it", at(6), afternoonEvent, {}, {std::nullopt, openEnded}},
+      {"after the day", at(21), afternoonEvent, {}, {std::nullopt, openEnded}},
+      {"after the day, a later gap", at(21), {}, {at(22)}, {at(22), afterDayEnd}},
+      {"inside an all-day event", at(10), allDay, {}, {at(20), nextBoundary}},
+      {"a meeting running past the evening", at(19), {event(at(18), at(23))}, {}, {at(23), containingEvent}},
   };
   for (const auto& c : cases) {
     EXPECT_EQ(CalendarGapEngine::endTime(c.start, saturday, c.events, c.otherGaps, 8, 20), c.end) << c.name;
@@ -157,12 +145,11 @@ TEST_F(CalendarGapEngineTest, AGapEndsAtTheNextBoundaryOfItsPartOfTheDay) {
 }
 
 TEST(TaskGapEndSource, ReadsOnlyItsOwnTexts) {
-  for (const auto source :
-       {TaskGapEndSource::containingEvent, TaskGapEndSource::beforeDayStart, TaskGapEndSource::afterDayEnd,
-        TaskGapEndSource::nextBoundary, TaskGapEndSource::openEnded}) {
+  using enum TaskGapEndSource;
+  for (const auto source : {containingEvent, beforeDayStart, afterDayEnd, nextBoundary, openEnded}) {
     EXPECT_EQ(taskGapEndSource(taskGapEndSourceText(source)), source);
   }
-  EXPECT_EQ(taskGapEndSourceText(TaskGapEndSource::beforeDayStart), "beforeDayStart");
+  EXPECT_EQ(taskGapEndSourceText(beforeDayStart), "beforeDayStart");
   EXPECT_FALSE(taskGapEndSource("OpenEnded"));
   EXPECT_FALSE(taskGapEndSource(""));
 }

@@ -130,56 +130,30 @@ protected:
   void SetUp() override { device_.saveRecordZone(privateScope, zone_); }
 };
 
-TEST_P(CloudDatabaseConformance, ZonesComeAndGo) {
-  EXPECT_EQ(device_.fetchAllRecordZones(privateScope), std::vector{zone_});
-  const auto kept = saved(device_, task("t-1", "kept"));
-  device_.saveRecordZone(privateScope, zone_);
-  EXPECT_EQ(device_.fetchRecord(privateScope, kept.recordID()), kept) << "saving an existing zone keeps it";
-
-  device_.deleteRecordZone(privateScope, zone_);
-  EXPECT_TRUE(device_.fetchAllRecordZones(privateScope).empty());
-  EXPECT_EQ(thrownCode([&] { device_.fetchRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
-  EXPECT_EQ(thrownCode([&] { device_.deleteRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
-  EXPECT_EQ(fetchCode(kept.recordID()), CloudErrorCode::zoneNotFound);
-  EXPECT_EQ(codeOf(saveOne(device_, task("t-2", "x"))), CloudErrorCode::zoneNotFound);
-
-  device_.saveRecordZone(privateScope, zone_);
-  EXPECT_EQ(fetchCode(kept.recordID()), CloudErrorCode::unknownItem) << "a zone made again starts empty";
-  EXPECT_TRUE(device_.fetchAllRecordZones(CloudDatabaseScope::sharedDatabase).empty());
-}
-
-TEST_P(CloudDatabaseConformance, ASaveGetsTheServersBookkeeping) {
-  auto record = task("t-1", "first");
-  record.setValue("homeRef", dependsOn("p-1"));
-  record.setParent(CloudReference{at("p-1")});
-  const auto first = saved(device_, record);
-  ASSERT_TRUE(first.systemFields().changeTag);
-  EXPECT_EQ(first.systemFields().creationDate, clock_.now());
-  EXPECT_EQ(first.systemFields().creatorUserRecordName, device_.userRecordName());
-  EXPECT_TRUE(first.changedKeys().empty());
-  EXPECT_EQ(first.parent(), record.parent());
-  EXPECT_EQ(device_.fetchRecord(privateScope, record.recordID()), first);
-
-  clock_.advance(60);
-  auto edit = first;
-  edit.setValue("title", std::string("second"));
-  const auto second = saved(device_, edit);
-  EXPECT_NE(second.systemFields().changeTag, first.systemFields().changeTag);
-  EXPECT_EQ(second.systemFields().creationDate, first.systemFields().creationDate);
-  EXPECT_EQ(second.systemFields().modificationDate, clock_.now());
-  EXPECT_EQ(title(second), "second");
-  EXPECT_EQ(fetchCode(at("t-none")), CloudErrorCode::unknownItem);
-}
-
-// What each save policy does with a record the server changed since the client last saw it.
-TEST_P(CloudDatabaseConformance, SavePoliciesDecideOverAChangedServerRecord) {
+// A save gets the server's bookkeeping; then each save policy decides over a record the server changed
+// since the client last saw it.
+TEST_P(CloudDatabaseConformance, ASaveGetsTheServersBookkeepingAndPoliciesDecideOverAChangedRecord) {
   auto original = task("t-1", "original");
   original.setValue("done", false);
   original.setValue("notes", std::string("keep me"));
+  original.setValue("homeRef", dependsOn("p-1"));
+  original.setParent(CloudReference{at("p-1")});
   const auto base = saved(device_, original);
+  ASSERT_TRUE(base.systemFields().changeTag);
+  EXPECT_EQ(base.systemFields().creationDate, clock_.now());
+  EXPECT_EQ(base.systemFields().creatorUserRecordName, device_.userRecordName());
+  EXPECT_TRUE(base.changedKeys().empty());
+  EXPECT_EQ(base.parent(), original.parent());
+  EXPECT_EQ(device_.fetchRecord(privateScope, original.recordID()), base);
+
+  clock_.advance(60);
   auto theirs = base;
   theirs.setValue("done", true);
-  saved(device_, theirs);
+  const auto changed = saved(device_, theirs);
+  EXPECT_NE(changed.systemFields().changeTag, base.systemFields().changeTag);
+  EXPECT_EQ(changed.systemFields().creationDate, base.systemFields().creationDate);
+  EXPECT_EQ(changed.systemFields().modificationDate, clock_.now());
+  EXPECT_EQ(std::get<bool>(*changed.value("done")), true);
 
   auto mine = base;
   mine.clearChangedKeys();
@@ -314,7 +288,8 @@ TEST_P(CloudDatabaseConformance, ZoneChangesArriveOnceEachInOrderAndPageByPage) 
             CloudErrorCode::changeTokenExpired);
 }
 
-TEST_P(CloudDatabaseConformance, DatabaseChangesNameZonesAndWhyTheyWent) {
+TEST_P(CloudDatabaseConformance, ZonesComeAndGoAndDatabaseChangesSayWhy) {
+  EXPECT_EQ(device_.fetchAllRecordZones(privateScope), std::vector{zone_});
   const auto start = device_.fetchDatabaseChanges(privateScope, std::nullopt);
   EXPECT_EQ(start.modifiedZoneIDs, std::vector{zone_});
   EXPECT_TRUE(device_.fetchDatabaseChanges(privateScope, start.changeToken).modifiedZoneIDs.empty());
@@ -324,7 +299,9 @@ TEST_P(CloudDatabaseConformance, DatabaseChangesNameZonesAndWhyTheyWent) {
   for (const auto& zone : {purged, reset}) {
     device_.saveRecordZone(privateScope, zone);
   }
-  saved(device_, task("t-1", "x"));
+  const auto kept = saved(device_, task("t-1", "kept"));
+  device_.saveRecordZone(privateScope, zone_);
+  EXPECT_EQ(device_.fetchRecord(privateScope, kept.recordID()), kept) << "saving an existing zone keeps it";
   device_.deleteRecordZone(privateScope, zone_);
   device_.removeZone(purged, CloudZoneDeletionReason::purged);
   device_.removeZone(reset, CloudZoneDeletionReason::encryptedDataReset);
@@ -335,10 +312,19 @@ TEST_P(CloudDatabaseConformance, DatabaseChangesNameZonesAndWhyTheyWent) {
             (std::vector<CloudZoneDeletion>{{purged, CloudZoneDeletionReason::purged},
                                             {reset, CloudZoneDeletionReason::encryptedDataReset},
                                             {zone_, CloudZoneDeletionReason::deleted}}));
+  EXPECT_TRUE(device_.fetchAllRecordZones(privateScope).empty());
+  EXPECT_EQ(thrownCode([&] { device_.fetchRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(thrownCode([&] { device_.deleteRecordZone(privateScope, zone_); }), CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(fetchCode(kept.recordID()), CloudErrorCode::zoneNotFound);
+  EXPECT_EQ(codeOf(saveOne(device_, task("t-2", "x"))), CloudErrorCode::zoneNotFound);
   CloudRecord intoPurged("Task", CloudRecordID{"t-2", purged});
   EXPECT_EQ(codeOf(saveOne(device_, intoPurged)), CloudErrorCode::userDeletedZone);
   EXPECT_EQ(thrownCode([&] { device_.fetchDatabaseChanges(privateScope, CloudChangeToken{"d:999"}); }),
             CloudErrorCode::changeTokenExpired);
+
+  device_.saveRecordZone(privateScope, zone_);
+  EXPECT_EQ(fetchCode(kept.recordID()), CloudErrorCode::unknownItem) << "a zone made again starts empty";
+  EXPECT_TRUE(device_.fetchAllRecordZones(CloudDatabaseScope::sharedDatabase).empty());
 }
 
 TEST_P(CloudDatabaseConformance, DevicesShareAnAccountAndAccountsAreApart) {

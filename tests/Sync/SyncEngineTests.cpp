@@ -96,7 +96,7 @@ protected:
   std::shared_ptr<SyncTestDevice> onLaptop_ = SyncTestDevice::make(laptop_);
 };
 
-TEST_F(SyncEngineTest, EventsComeInThePlatformsOrder) {
+TEST_F(SyncEngineTest, EventsComeInThePlatformsOrderAndAnExpiredTokenStartsTheFetchOver) {
   onPhone_->edit("t-1", "title", std::string("one"));
   onPhone_->engine->sendChanges();
   EXPECT_EQ(onPhone_->eventNames,
@@ -119,6 +119,13 @@ TEST_F(SyncEngineTest, EventsComeInThePlatformsOrder) {
   EXPECT_EQ(onLaptop_->eventNames,
             (std::vector<std::string>{"willFetchChanges", "stateUpdate", "didFetchChanges"}))
       << "nothing new: no zone to fetch";
+
+  server_.expireChangeTokens();
+  onPhone_->edit("t-2", "title", std::string("two"));
+  onPhone_->engine->sendChanges();
+  onLaptop_->engine->fetchChanges();
+  EXPECT_EQ(onLaptop_->contents(), serverContents()) << "an expired token means fetching everything again";
+  EXPECT_EQ(onLaptop_->contents().size(), 2u);
 }
 
 TEST_F(SyncEngineTest, SendsManyChangesInBatchesOfAtMost400) {
@@ -185,19 +192,6 @@ TEST_F(SyncEngineTest, PassingFailuresKeepTheChangeAndOthersDropIt) {
     onPhone_->engine->sendChanges();
     EXPECT_EQ(serverContents().contains(name), kept) << name;
   }
-}
-
-TEST_F(SyncEngineTest, AnExpiredTokenMeansFetchingEverythingAgain) {
-  onPhone_->edit("t-1", "title", std::string("one"));
-  onPhone_->engine->sendChanges();
-  onLaptop_->engine->fetchChanges();
-  server_.expireChangeTokens();
-  onPhone_->edit("t-2", "title", std::string("two"));
-  onPhone_->engine->sendChanges();
-
-  onLaptop_->engine->fetchChanges();
-  EXPECT_EQ(onLaptop_->contents(), serverContents());
-  EXPECT_EQ(onLaptop_->contents().size(), 2u);
 }
 
 // The token moves past an unreadable record, so the event must carry it, also on a page of nothing else.

@@ -99,9 +99,11 @@ protected:
     return output;
   }
 
-  /// Runs `command` on `profile` with its `change`th change of the disk failing as on a full disk; the run
-  /// goes on as it can. Answers whether it reported success.
-  bool failingRun(const fs::path& profile, const std::vector<std::string>& command, int change) {
+  /// Runs `command` on `profile`, on a fresh copy of the world, with its `change`th change of the disk
+  /// failing as on a full disk (none when 0); the run goes on as it can. Answers its exit status and the
+  /// changes it made to the disk.
+  std::pair<int, int> runOnCopy(const fs::path& profile, const std::vector<std::string>& command,
+                                int change = 0) {
     fs::remove_all(world());
     fs::copy(template_.path() / "world", world(), fs::copy_options::recursive);
     FaultInjectingFileSystem fileSystem;
@@ -109,7 +111,7 @@ protected:
     fileSystem.failChange(change, ENOSPC);
     const int status = runHere(on(profile, command), fileSystem).first;
     EXPECT_TRUE(status == 0 || status == 1) << status;
-    return status == 0;
+    return {status, fileSystem.changeCount()};
   }
 
   /// Runs `command` on `profile` in a child process stopped at its `change`th change of the disk. Answers
@@ -155,16 +157,6 @@ protected:
     }
   }
 
-  /// The changes `command` makes to the disk when nothing stops it, on a copy of the world.
-  int changesOf(const fs::path& profile, const std::vector<std::string>& command) {
-    fs::remove_all(world());
-    fs::copy(template_.path() / "world", world(), fs::copy_options::recursive);
-    FaultInjectingFileSystem counting;
-    counting.skipSyncs();
-    EXPECT_EQ(runHere(on(profile, command), counting).first, 0);
-    return counting.changeCount();
-  }
-
   testing::TemporaryFolder folder_ = testing::TemporaryFolder::inMemory();
   testing::TemporaryFolder template_ = testing::TemporaryFolder::inMemory();
   /// Syncs would only make the test wait: a stopped process leaves the same files either way.
@@ -193,7 +185,7 @@ TEST_F(CrashAtEveryStepTest, NothingAcknowledgedIsLostWhereverARunStopsOrTheDisk
     for (;; ++change) {
       const auto trace = std::string(name) + " stopped at change " + std::to_string(change);
       expectEverythingAcknowledged(trace + " by a full disk", addedTitle,
-                                   failingRun(phone(), command, change));
+                                   runOnCopy(phone(), command, change).first == 0);
       const auto [stopped, acknowledged] = stoppedRun(phone(), command, change);
       expectEverythingAcknowledged(trace, addedTitle, acknowledged);
       if (!stopped || ::testing::Test::HasFailure()) {
@@ -207,14 +199,11 @@ TEST_F(CrashAtEveryStepTest, NothingAcknowledgedIsLostWhereverARunStopsOrTheDisk
 
 // A refused command changes nothing, and what its run fetched stays fetched.
 TEST_F(CrashAtEveryStepTest, ARefusedCommandChangesNothingAndKeepsWhatItFetched) {
-  const auto laptopSecond = [&] {
-    for (const auto& [name, task] : tasksOf(laptop())) {
-      if (task.title == "Laptop two") {
-        return name;
-      }
-    }
-    return std::string();
-  }();
+  const auto onLaptop = tasksOf(laptop());
+  const auto second =
+      std::ranges::find_if(onLaptop, [](const auto& task) { return task.second.title == "Laptop two"; });
+  ASSERT_NE(second, onLaptop.end());
+  const std::string laptopSecond = second->first;
   const std::vector<std::vector<std::string>> refused{
       {"task", "done", laptopSecond, "Phone offline", "t-missing"},
       {"task", "schedule", "2026-13-45x", laptopSecond},
@@ -236,7 +225,8 @@ TEST_F(CrashAtEveryStepTest, ARefusedCommandChangesNothingAndKeepsWhatItFetched)
 // The demo writes hundreds of records and their server copies, thousands of changes; it is stopped at
 // every one of its first changes and then at evenly spread ones, the last included.
 TEST_F(CrashAtEveryStepTest, ADemoStoppedAnywhereLeavesADeviceInStepWithTheCloud) {
-  const int changes = changesOf(fresh(), {"demo"});
+  const auto [status, changes] = runOnCopy(fresh(), {"demo"});
+  EXPECT_EQ(status, 0);
   constexpr int everyOneUpTo = 40;
   const int stride = std::max(1, (changes - everyOneUpTo) / 40);
   for (int change = 1;;

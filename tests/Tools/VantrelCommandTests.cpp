@@ -278,9 +278,6 @@ TEST(VantrelCommand, BadInputGetsTheSystemsTextAndAFailingExit) {
       {"--tz Mars/Olympus about", 1, "vantrel: unknown time zone 'Mars/Olympus'\n"},
       {"--now soon about", 1,
        "vantrel: invalid --now 'soon': expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or ±HH:MM offset\n"},
-      {"--now 2026-11-24T10:00+99:99 about", 1,
-       "vantrel: invalid --now '2026-11-24T10:00+99:99': the offset from UTC is at most ±18:00, with minutes "
-       "below 60\n"},
       {profile + "today 2026-02-30", 1, "vantrel: invalid day '2026-02-30': expected YYYY-MM-DD\n"},
       {profile + "task due t-1 2026-13-45", 1, "vantrel: invalid day '2026-13-45': expected YYYY-MM-DD\n"},
       {profile + "task add Dig --area home --on 99999-01-01", 1,
