@@ -77,18 +77,7 @@ void AreaRules::reorderItems(std::string_view area, std::span<const AreaItemKey>
       throw CloudKitStoreError::recordNotFound(CKRecordTypes::areaSection, key.id);
     }
   }
-  for (std::size_t position = 0; position < newOrder.size(); ++position) {
-    const auto& key = newOrder[position];
-    if (key.kind == AreaItemKey::Kind::project) {
-      UserProjectPlacementRecord changed = context_.requireMyPlacement(key.id);
-      changed.sortIndex = SortOrder::orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    } else {
-      AreaSectionRecord changed = cache.areaSections().at(key.id);
-      changed.sortIndex = SortOrder::orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    }
-  }
+  SortOrder(context_).writeOrder(newOrder);
 }
 
 void AreaRules::reorderTasks(std::string_view area, std::span<const std::string> taskOrder) const {
@@ -102,11 +91,11 @@ void AreaRules::reorderTasks(std::string_view area, std::span<const std::string>
       throw CloudKitStoreError::recordNotFound(CKRecordTypes::task, task);
     }
   }
-  for (std::size_t position = 0; position < taskOrder.size(); ++position) {
-    TaskRecord changed = tasks.at(taskOrder[position]);
-    changed.sortIndex = SortOrder::orderedIndex(position);
-    context_.writer().save(std::move(changed));
+  std::vector<ProjectItemKey> order;
+  for (const auto& task : taskOrder) {
+    order.push_back(ProjectItemKey::task(task));
   }
+  SortOrder(context_).writeOrder(std::span<const ProjectItemKey>(order));
 }
 
 } // namespace vantrel

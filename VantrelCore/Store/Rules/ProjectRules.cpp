@@ -51,14 +51,11 @@ std::string ProjectRules::add(std::string_view name, std::string_view area,
 std::string ProjectRules::addBelowHeader(std::string_view areaHeader, std::string_view name) const {
   const SortOrder order(context_);
   const AreaSectionRecord header = context_.requireAreaHeader(areaHeader);
-  auto index = SortOrder::indexAfter(header.sortIndex, order.areaItemIndexes(header.areaRef));
-  if (!index) {
-    order.renumberArea(header.areaRef);
-    index = SortOrder::indexAfter(context_.requireAreaHeader(header.recordName).sortIndex,
-                                  order.areaItemIndexes(header.areaRef));
-  }
+  const auto index = SortOrder::placeAfter(
+      [&] { return context_.requireAreaHeader(header.recordName).sortIndex; },
+      [&] { return order.areaItemIndexes(header.areaRef); }, [&] { order.renumberArea(header.areaRef); });
   const std::string project = add(name, header.areaRef);
-  setSortIndex(project, *index);
+  setSortIndex(project, index);
   return project;
 }
 
@@ -135,18 +132,7 @@ void ProjectRules::reorderItems(std::string_view project, std::span<const Projec
                                                key.id);
     }
   }
-  for (std::size_t position = 0; position < newOrder.size(); ++position) {
-    const auto& key = newOrder[position];
-    if (key.kind == ProjectItemKey::Kind::task) {
-      TaskRecord changed = cache.tasks().at(key.id);
-      changed.sortIndex = SortOrder::orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    } else {
-      ProjectSectionRecord changed = cache.projectSections().at(key.id);
-      changed.sortIndex = SortOrder::orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    }
-  }
+  SortOrder(context_).writeOrder(newOrder);
 }
 
 void ProjectRules::bridgeLock(std::span<const std::string> projects, std::string_view deviceName,

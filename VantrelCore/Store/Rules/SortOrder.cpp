@@ -12,9 +12,16 @@
 namespace vantrel {
 namespace {
 
-template <class Key>
-bool byIndex(const std::pair<Key, std::int64_t>& left, const std::pair<Key, std::int64_t>& right) {
-  return std::tie(left.second, left.first) < std::tie(right.second, right.first);
+/// The keys in the order of their present indexes (by name among equal ones).
+template <class Key> std::vector<Key> inPresentOrder(std::vector<std::pair<Key, std::int64_t>> items) {
+  std::ranges::sort(items, [](const auto& left, const auto& right) {
+    return std::tie(left.second, left.first) < std::tie(right.second, right.first);
+  });
+  std::vector<Key> keys;
+  for (auto& [key, index] : items) {
+    keys.push_back(std::move(key));
+  }
+  return keys;
 }
 
 } // namespace
@@ -71,8 +78,45 @@ std::optional<std::int64_t> SortOrder::indexAfter(std::int64_t reference,
   return reference + (*next - reference) / 2;
 }
 
-std::int64_t SortOrder::orderedIndex(std::size_t position) {
-  return std::int64_t(position + 1) * SortIndex::step;
+std::int64_t SortOrder::placeAfter(const std::function<std::int64_t()>& reference,
+                                   const std::function<std::vector<std::int64_t>()>& siblings,
+                                   const std::function<void()>& spread) {
+  if (const auto index = indexAfter(reference(), siblings())) {
+    return *index;
+  }
+  spread();
+  return *indexAfter(reference(), siblings());
+}
+
+void SortOrder::writeOrder(std::span<const ProjectItemKey> items) const {
+  const auto& cache = context_.cache();
+  for (std::size_t position = 0; position < items.size(); ++position) {
+    const auto index = std::int64_t(position + 1) * SortIndex::step;
+    if (items[position].kind == ProjectItemKey::Kind::task) {
+      TaskRecord changed = cache.tasks().at(items[position].id);
+      changed.sortIndex = index;
+      context_.writer().save(std::move(changed));
+    } else {
+      ProjectSectionRecord changed = cache.projectSections().at(items[position].id);
+      changed.sortIndex = index;
+      context_.writer().save(std::move(changed));
+    }
+  }
+}
+
+void SortOrder::writeOrder(std::span<const AreaItemKey> items) const {
+  for (std::size_t position = 0; position < items.size(); ++position) {
+    const auto index = std::int64_t(position + 1) * SortIndex::step;
+    if (items[position].kind == AreaItemKey::Kind::project) {
+      UserProjectPlacementRecord changed = context_.requireMyPlacement(items[position].id);
+      changed.sortIndex = index;
+      context_.writer().save(std::move(changed));
+    } else {
+      AreaSectionRecord changed = context_.cache().areaSections().at(items[position].id);
+      changed.sortIndex = index;
+      context_.writer().save(std::move(changed));
+    }
+  }
 }
 
 void SortOrder::renumberHome(const std::string& home) const {
@@ -84,33 +128,16 @@ void SortOrder::renumberHome(const std::string& home) const {
   for (const auto& header : CloudKitCache::namesIn(cache.sectionsByProject(), home)) {
     items.emplace_back(ProjectItemKey::section(header), cache.projectSections().at(header).sortIndex);
   }
-  std::ranges::sort(items, byIndex<ProjectItemKey>);
-  for (std::size_t position = 0; position < items.size(); ++position) {
-    const auto& key = items[position].first;
-    if (key.kind == ProjectItemKey::Kind::task) {
-      TaskRecord changed = cache.tasks().at(key.id);
-      changed.sortIndex = orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    } else {
-      ProjectSectionRecord changed = cache.projectSections().at(key.id);
-      changed.sortIndex = orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    }
-  }
+  writeOrder(std::span<const ProjectItemKey>(inPresentOrder(std::move(items))));
 }
 
 void SortOrder::renumberSubtasks(const std::string& parent) const {
   const auto& cache = context_.cache();
-  std::vector<std::pair<std::string, std::int64_t>> subtasks;
+  std::vector<std::pair<ProjectItemKey, std::int64_t>> subtasks;
   for (const auto& child : CloudKitCache::namesIn(cache.tasksByParent(), parent)) {
-    subtasks.emplace_back(child, cache.tasks().at(child).sortIndex);
+    subtasks.emplace_back(ProjectItemKey::task(child), cache.tasks().at(child).sortIndex);
   }
-  std::ranges::sort(subtasks, byIndex<std::string>);
-  for (std::size_t position = 0; position < subtasks.size(); ++position) {
-    TaskRecord changed = cache.tasks().at(subtasks[position].first);
-    changed.sortIndex = orderedIndex(position);
-    context_.writer().save(std::move(changed));
-  }
+  writeOrder(std::span<const ProjectItemKey>(inPresentOrder(std::move(subtasks))));
 }
 
 void SortOrder::renumberArea(const std::string& area) const {
@@ -124,19 +151,7 @@ void SortOrder::renumberArea(const std::string& area) const {
       items.emplace_back(AreaItemKey::section(header), section.sortIndex);
     }
   }
-  std::ranges::sort(items, byIndex<AreaItemKey>);
-  for (std::size_t position = 0; position < items.size(); ++position) {
-    const auto& key = items[position].first;
-    if (key.kind == AreaItemKey::Kind::project) {
-      UserProjectPlacementRecord changed = context_.requireMyPlacement(key.id);
-      changed.sortIndex = orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    } else {
-      AreaSectionRecord changed = cache.areaSections().at(key.id);
-      changed.sortIndex = orderedIndex(position);
-      context_.writer().save(std::move(changed));
-    }
-  }
+  writeOrder(std::span<const AreaItemKey>(inPresentOrder(std::move(items))));
 }
 
 std::int64_t SortOrder::indexAboveFirstSection(const std::string& project) const {

@@ -1,8 +1,11 @@
 #pragma once
 
+#include "VantrelCore/Model/AreaItemKey.hpp"
+#include "VantrelCore/Model/ProjectItemKey.hpp"
 #include "VantrelCore/Store/Rules/RuleContext.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <span>
 #include <string>
@@ -24,8 +27,16 @@ public:
   /// none); nothing when the two are adjacent.
   static std::optional<std::int64_t> indexAfter(std::int64_t reference,
                                                 std::span<const std::int64_t> siblings);
-  /// The index a list's item at `position` gets when the list is given fresh indexes in order.
-  static std::int64_t orderedIndex(std::size_t position);
+  /// The index directly after an item: halfway to the next sibling, or, when the two are adjacent, the
+  /// same once `spread` has renumbered the list. `reference` reads the item's index, which spreading
+  /// changes.
+  static std::int64_t placeAfter(const std::function<std::int64_t()>& reference,
+                                 const std::function<std::vector<std::int64_t>()>& siblings,
+                                 const std::function<void()>& spread);
+  /// Fresh, evenly spaced indexes for the items (tasks and project headers; placements and area
+  /// headers), in the order given.
+  void writeOrder(std::span<const ProjectItemKey> items) const;
+  void writeOrder(std::span<const AreaItemKey> items) const;
   /// Fresh, evenly spaced indexes for a list's items, in their present order.
   void renumberHome(const std::string& home) const;
   void renumberSubtasks(const std::string& parent) const;

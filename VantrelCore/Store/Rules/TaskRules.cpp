@@ -62,17 +62,17 @@ std::string TaskRules::addBelow(std::string_view referenceTask, std::string_view
     return reference.parentTaskRef ? order.subtaskIndexes(*reference.parentTaskRef)
                                    : order.homeItemIndexes(reference.homeRef);
   };
-  auto index = SortOrder::indexAfter(reference.sortIndex, siblingIndexes());
-  if (!index) {
-    reference.parentTaskRef ? order.renumberSubtasks(*reference.parentTaskRef)
-                            : order.renumberHome(reference.homeRef);
-    index = SortOrder::indexAfter(context_.requireTask(reference.recordName).sortIndex, siblingIndexes());
-  }
+  const auto index = SortOrder::placeAfter(
+      [&] { return context_.requireTask(reference.recordName).sortIndex; }, siblingIndexes,
+      [&] {
+        reference.parentTaskRef ? order.renumberSubtasks(*reference.parentTaskRef)
+                                : order.renumberHome(reference.homeRef);
+      });
   TaskRecord task{.recordName = context_.newRecordName(RecordNames::taskPrefix),
                   .homeRef = reference.homeRef,
                   .parentTaskRef = reference.parentTaskRef,
                   .title = std::string(trimmingWhiteSpaceAndNewlines(title)),
-                  .sortIndex = *index};
+                  .sortIndex = index};
   std::string recordName = task.recordName;
   context_.writer().save(std::move(task));
   return recordName;
@@ -81,16 +81,14 @@ std::string TaskRules::addBelow(std::string_view referenceTask, std::string_view
 std::string TaskRules::addBelowHeader(std::string_view header, std::string_view title) const {
   const SortOrder order(context_);
   const ProjectSectionRecord section = context_.requireProjectHeader(header);
-  auto index = SortOrder::indexAfter(section.sortIndex, order.homeItemIndexes(section.projectRef));
-  if (!index) {
-    order.renumberHome(section.projectRef);
-    index = SortOrder::indexAfter(context_.requireProjectHeader(section.recordName).sortIndex,
-                                  order.homeItemIndexes(section.projectRef));
-  }
+  const auto index =
+      SortOrder::placeAfter([&] { return context_.requireProjectHeader(section.recordName).sortIndex; },
+                            [&] { return order.homeItemIndexes(section.projectRef); },
+                            [&] { order.renumberHome(section.projectRef); });
   TaskRecord task{.recordName = context_.newRecordName(RecordNames::taskPrefix),
                   .homeRef = section.projectRef,
                   .title = std::string(trimmingWhiteSpaceAndNewlines(title)),
-                  .sortIndex = *index};
+                  .sortIndex = index};
   std::string recordName = task.recordName;
   context_.writer().save(std::move(task));
   return recordName;
