@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Linux/InotifyWatcher.hpp"
+#include "Linux/UniqueFileDescriptor.hpp"
 #include "VantrelCore/Platform/Date.hpp"
 
 #include <filesystem>
@@ -17,20 +19,16 @@ public:
 
   /// Watches `folder`, which must exist. Throws FileSystemError.
   FileChangeWaiter(const std::filesystem::path& folder, std::set<std::string> fileNames);
-  ~FileChangeWaiter();
-  FileChangeWaiter(const FileChangeWaiter&) = delete;
-  FileChangeWaiter& operator=(const FileChangeWaiter&) = delete;
 
   Wake waitUntil(Date deadline);
 
 private:
   bool readEvents();
-  void closeAll();
 
   std::filesystem::path folder_;
   std::set<std::string> fileNames_;
-  int inotify_ = -1;
-  int timer_ = -1;
+  InotifyWatcher watcher_;
+  UniqueFileDescriptor timer_;
 };
 
 } // namespace vantrel

@@ -2,6 +2,7 @@
 
 #include "Linux/ICalendarClock.hpp"
 #include "Linux/ICalendarRecurrence.hpp"
+#include "Linux/InotifyWatcher.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/Logger.hpp"
 #include "VantrelCore/Platform/TimeZoneError.hpp"
@@ -17,10 +18,7 @@
 #include <fstream>
 #include <libical/ical.h>
 #include <map>
-#include <poll.h>
 #include <set>
-#include <sys/eventfd.h>
-#include <sys/inotify.h>
 #include <sys/stat.h>
 #include <system_error>
 #include <thread>
@@ -41,23 +39,14 @@ struct ComponentFree {
 };
 using ComponentPointer = std::unique_ptr<icalcomponent, ComponentFree>;
 
-class FileDescriptor {
-public:
-  FileDescriptor(int descriptor, const fs::path& watched) : descriptor_(descriptor) {
-    if (descriptor_ < 0) {
-      throw std::system_error(errno, std::generic_category(),
-                              "cannot watch the calendars at " + watched.string());
-    }
+/// Runs `step`, naming the calendars' location in its error.
+template <class Step> auto watchingTheCalendars(const fs::path& location, Step step) {
+  try {
+    return step();
+  } catch (const std::system_error& error) {
+    throw std::system_error(error.code(), "cannot watch the calendars at " + location.string());
   }
-  ~FileDescriptor() { ::close(descriptor_); }
-  FileDescriptor(const FileDescriptor&) = delete;
-  FileDescriptor& operator=(const FileDescriptor&) = delete;
-
-  int get() const { return descriptor_; }
-
-private:
-  int descriptor_;
-};
+}
 
 /// What tells one version of a file from the next without reading it.
 struct FileStamp {
@@ -518,13 +507,8 @@ public:
 
   Watcher(fs::path folder, std::optional<std::string> fileName, Executor& owner, std::weak_ptr<State> state)
       : folder_(std::move(folder)), fileName_(std::move(fileName)), owner_(owner), state_(std::move(state)),
-        inotify_(::inotify_init1(IN_NONBLOCK | IN_CLOEXEC), folder_),
-        wake_(::eventfd(0, EFD_NONBLOCK | EFD_CLOEXEC), folder_) {
-    rootWatch_ = ::inotify_add_watch(inotify_.get(), folder_.c_str(), mask | IN_ONLYDIR);
-    if (rootWatch_ < 0) {
-      throw std::system_error(errno, std::generic_category(),
-                              "cannot watch the calendars at " + folder_.string());
-    }
+        inotify_(watchingTheCalendars(folder_, [] { return InotifyWatcher(); })) {
+    rootWatch_ = watchingTheCalendars(folder_, [this] { return inotify_.watch(folder_); });
     folders_[rootWatch_] = folder_;
     if (!fileName_) {
       watchCalendarFolders();
@@ -533,8 +517,7 @@ public:
   }
 
   ~Watcher() {
-    const std::uint64_t stop = 1;
-    [[maybe_unused]] const auto written = ::write(wake_.get(), &stop, sizeof stop);
+    inotify_.wake();
     thread_.join();
   }
 
@@ -542,8 +525,7 @@ public:
   Watcher& operator=(const Watcher&) = delete;
 
 private:
-  static constexpr std::uint32_t mask =
-      IN_CLOSE_WRITE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE | IN_CREATE | IN_DELETE_SELF | IN_MOVE_SELF;
+  using Kind = InotifyWatcher::Kind;
   /// Editors save through temporary files and renames; their steps arrive this close together.
   static constexpr std::chrono::milliseconds quietPeriod{100};
   /// A folder that never stops changing still gets reported this often.
@@ -555,9 +537,10 @@ private:
   };
 
   void watchFolder(const fs::path& folder) {
-    const int watch = ::inotify_add_watch(inotify_.get(), folder.c_str(), mask | IN_ONLYDIR);
-    if (watch >= 0) {
-      folders_[watch] = folder;
+    // A folder that went away meanwhile holds no calendar to watch.
+    try {
+      folders_[inotify_.watch(folder)] = folder;
+    } catch (const std::system_error&) {
     }
   }
 
@@ -565,7 +548,7 @@ private:
     const auto found = std::find_if(folders_.begin(), folders_.end(),
                                     [&](const auto& entry) { return entry.second == folder; });
     if (found != folders_.end()) {
-      ::inotify_rm_watch(inotify_.get(), found->first);
+      inotify_.unwatch(found->first);
       folders_.erase(found);
     }
   }
@@ -581,28 +564,28 @@ private:
   }
 
   /// Notes what `event` changed; answers whether it matters to the calendars.
-  bool note(const inotify_event& event, Changes& changes) {
-    if ((event.mask & IN_Q_OVERFLOW) != 0) {
+  bool note(const InotifyWatcher::Event& event, Changes& changes) {
+    if (event.kind == Kind::overflow) {
       changes.everything = true;
       if (!fileName_) {
         watchCalendarFolders();
       }
       return true;
     }
-    const auto found = folders_.find(event.wd);
+    const auto found = folders_.find(event.watch);
     if (found == folders_.end()) {
       return false;
     }
     const fs::path folder = found->second;
-    if ((event.mask & IN_IGNORED) != 0) {
+    if (event.kind == Kind::unwatched) {
       folders_.erase(found);
       return false;
     }
-    if ((event.mask & (IN_DELETE_SELF | IN_MOVE_SELF)) != 0) {
+    if (event.kind == Kind::folderDeleted || event.kind == Kind::folderMoved) {
       changes.paths.insert(folder);
       return true;
     }
-    const std::string name = event.len > 0 ? std::string(event.name) : std::string();
+    const std::string& name = event.name;
     if (isHidden(name)) {
       return false;
     }
@@ -610,13 +593,13 @@ private:
       if (name != *fileName_) {
         return false;
       }
-    } else if (event.wd == rootWatch_) {
-      if ((event.mask & IN_ISDIR) == 0) {
+    } else if (event.watch == rootWatch_) {
+      if (!event.isFolder) {
         return false;
       }
-      if ((event.mask & (IN_CREATE | IN_MOVED_TO)) != 0) {
+      if (event.kind == Kind::created || event.kind == Kind::movedIn) {
         watchFolder(folder / name);
-      } else if ((event.mask & IN_MOVED_FROM) != 0) {
+      } else if (event.kind == Kind::movedOut) {
         unwatchFolder(folder / name);
       }
     } else if (!hasCalendarExtension(name) && name != "displayname" && name != "color") {
@@ -628,22 +611,11 @@ private:
 
   /// Reads every waiting event; answers whether any mattered.
   bool readEvents(Changes& changes) {
-    alignas(inotify_event) char buffer[16 * 1024];
     bool relevant = false;
-    while (true) {
-      const ssize_t length = ::read(inotify_.get(), buffer, sizeof buffer);
-      if (length < 0 && errno == EINTR) {
-        continue;
-      }
-      if (length <= 0) {
-        return relevant;
-      }
-      for (const char* at = buffer; at < buffer + length;) {
-        const auto* event = reinterpret_cast<const inotify_event*>(at);
-        relevant = note(*event, changes) || relevant;
-        at += sizeof(inotify_event) + event->len;
-      }
+    for (const auto& event : inotify_.readEvents()) {
+      relevant = note(event, changes) || relevant;
     }
+    return relevant;
   }
 
   void post(Changes changes) {
@@ -661,23 +633,21 @@ private:
     SteadyClock::time_point reportAt{};
     SteadyClock::time_point reportAtLatest{};
     while (true) {
-      int timeout = -1;
+      std::optional<std::chrono::milliseconds> timeout;
       if (settling) {
         const auto wait = std::chrono::ceil<std::chrono::milliseconds>(reportAt - SteadyClock::now());
-        timeout = int(std::max<std::int64_t>(wait.count(), 0));
+        timeout = std::max(wait, std::chrono::milliseconds(0));
       }
-      std::array<pollfd, 2> descriptors{pollfd{.fd = inotify_.get(), .events = POLLIN, .revents = 0},
-                                        pollfd{.fd = wake_.get(), .events = POLLIN, .revents = 0}};
-      if (::poll(descriptors.data(), descriptors.size(), timeout) < 0) {
-        if (errno == EINTR) {
-          continue;
-        }
+      InotifyWatcher::Ready ready{};
+      try {
+        ready = inotify_.wait(timeout);
+      } catch (const std::system_error&) {
         return;
       }
-      if (descriptors[1].revents != 0) {
+      if (ready == InotifyWatcher::Ready::woken) {
         return;
       }
-      if ((descriptors[0].revents & POLLIN) != 0 && readEvents(changes)) {
+      if (ready == InotifyWatcher::Ready::events && readEvents(changes)) {
         const auto now = SteadyClock::now();
         if (!settling) {
           settling = true;
@@ -697,8 +667,7 @@ private:
   std::optional<std::string> fileName_;
   Executor& owner_;
   std::weak_ptr<State> state_;
-  FileDescriptor inotify_;
-  FileDescriptor wake_;
+  InotifyWatcher inotify_;
   int rootWatch_ = -1;
   /// Watched folders by watch descriptor; only the thread touches it once it runs.
   std::map<int, fs::path> folders_;

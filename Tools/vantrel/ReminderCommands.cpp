@@ -3,6 +3,7 @@
 #include "Linux/DesktopNotifier.hpp"
 #include "Linux/FileNotificationCenter.hpp"
 #include "Linux/JSONFilePreferences.hpp"
+#include "Linux/UniqueFileDescriptor.hpp"
 #include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Model/LastEditedFormat.hpp"
@@ -38,34 +39,25 @@ int showDue(FileNotificationCenter& center, DesktopNotifier& notifier, Date now)
   return failed;
 }
 
-/// A descriptor closed with its owner.
-class Descriptor {
-public:
-  explicit Descriptor(int fd, const char* what) : fd_(fd) {
-    if (fd_ < 0) {
-      throw std::runtime_error(std::string(what) + " failed: " + std::strerror(errno));
-    }
+/// `fd` owned, or the error of the call `what` that failed to make it.
+UniqueFileDescriptor checked(int fd, const char* what) {
+  if (fd < 0) {
+    throw std::runtime_error(std::string(what) + " failed: " + std::strerror(errno));
   }
-  ~Descriptor() { ::close(fd_); }
-  Descriptor(const Descriptor&) = delete;
-  Descriptor& operator=(const Descriptor&) = delete;
-  int get() const { return fd_; }
-
-private:
-  int fd_;
-};
+  return UniqueFileDescriptor(fd);
+}
 
 /// Sleeps until the next reminder is due, the notification file changes (a new schedule), or the clock
 /// is set (the wall-clock time the next one waits for moved).
 [[noreturn]] void runAgent(FileNotificationCenter& center, DesktopNotifier& notifier, const Clock& clock,
                            FileSystem& fileSystem) {
   fileSystem.createDirectories(center.file().parent_path(), 0700);
-  const Descriptor changes(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1");
+  const auto changes = checked(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1");
   if (::inotify_add_watch(changes.get(), center.file().parent_path().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO) <
       0) {
     throw std::runtime_error("cannot watch " + center.file().parent_path().string());
   }
-  const Descriptor timer(::timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create");
+  const auto timer = checked(::timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create");
   while (true) {
     showDue(center, notifier, clock.now());
     itimerspec wake{};
