@@ -131,12 +131,12 @@ void FileNotificationCenter::write(const Contents& contents) {
   }
   json.endArray();
   json.endObject();
-  fileSystem_.createDirectories(file_.parent_path(), 0700);
-  AtomicFileWriter(fileSystem_).writeString(std::string(json.text()) + "\n", file_, 0600);
+  fileSystem_.createDirectories(file_.parent_path());
+  AtomicFileWriter(fileSystem_).writeString(std::string(json.text()) + "\n", file_);
 }
 
 template <class Change> auto FileNotificationCenter::update(Change&& change) {
-  fileSystem_.createDirectories(file_.parent_path(), 0700);
+  fileSystem_.createDirectories(file_.parent_path());
   const ExclusiveFileLock lock(file_.string() + ".lock");
   Contents contents = read();
   if constexpr (std::is_void_v<decltype(change(contents))>) {

@@ -259,7 +259,7 @@ void JSONFilePreferences::reload(const FileIdentity& identity) const {
 void JSONFilePreferences::change(const std::function<void(Values&)>& apply) {
   const std::lock_guard guard(mutex_);
   if (file_.has_parent_path()) {
-    fileSystem_.createDirectories(file_.parent_path(), 0700);
+    fileSystem_.createDirectories(file_.parent_path());
   }
   const ExclusiveFileLock lock(file_.string() + ".lock");
   // Always read under the lock: another process may have written since the cache was filled.
@@ -274,7 +274,7 @@ void JSONFilePreferences::change(const std::function<void(Values&)>& apply) {
   if (std::int64_t(text.size()) > maximumFileBytes) {
     throw std::invalid_argument("preferences file " + file_.string() + " would be larger than 16 MiB");
   }
-  AtomicFileWriter(fileSystem_).writeString(text, file_, 0600);
+  AtomicFileWriter(fileSystem_).writeString(text, file_);
   cachedValues_ = std::move(updated);
   // Every writer holds the lock, so what stat sees now is the file just written.
   cachedIdentity_ = identify();

@@ -1,5 +1,7 @@
 #include "Linux/PosixFileSystem.hpp"
 
+#include "Linux/PosixWritableFile.hpp"
+#include "Linux/UniqueFileDescriptor.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
 
 #include <array>
@@ -23,6 +25,10 @@ template <typename Operation> auto retryingInterrupts(Operation operation) {
   }
 }
 
+mode_t modeOf(std::filesystem::perms permissions) {
+  return static_cast<mode_t>(permissions & std::filesystem::perms::mask);
+}
+
 bool isDirectory(const std::filesystem::path& path) {
   struct stat status {};
   return ::stat(path.c_str(), &status) == 0 && S_ISDIR(status.st_mode);
@@ -35,55 +41,23 @@ PosixFileSystem& PosixFileSystem::shared() {
   return instance;
 }
 
-int PosixFileSystem::createExclusive(const std::filesystem::path& path, mode_t mode) {
-  const int fd =
-      retryingInterrupts([&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); });
-  if (fd < 0) {
+std::unique_ptr<WritableFile> PosixFileSystem::createExclusive(const std::filesystem::path& path,
+                                                               std::filesystem::perms permissions) {
+  const mode_t mode = modeOf(permissions);
+  UniqueFileDescriptor descriptor(retryingInterrupts(
+      [&] { return ::open(path.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, mode); }));
+  if (!descriptor) {
     throw FileSystemError("create", path, errno);
   }
   // The umask may have taken bits the mode asked for (an owner's own write bit under 0277); the mode
   // asked for is what the file gets.
-  if (::fchmod(fd, mode) != 0) {
+  if (::fchmod(descriptor.get(), mode) != 0) {
     const int error = errno;
-    ::close(fd);
+    descriptor.reset();
     ::unlink(path.c_str());
     throw FileSystemError("chmod", path, error);
   }
-  std::lock_guard lock(mutex_);
-  openFiles_[fd] = path;
-  return fd;
-}
-
-void PosixFileSystem::writeAll(int fd, std::string_view bytes) {
-  while (!bytes.empty()) {
-    const ssize_t written = retryingInterrupts([&] { return ::write(fd, bytes.data(), bytes.size()); });
-    if (written < 0) {
-      throw FileSystemError("write", pathOf(fd), errno);
-    }
-    if (written == 0) {
-      // No progress and no error: give up rather than spin.
-      throw FileSystemError("write", pathOf(fd), EIO);
-    }
-    bytes.remove_prefix(static_cast<std::size_t>(written));
-  }
-}
-
-void PosixFileSystem::syncFile(int fd) {
-  if (::fsync(fd) != 0) {
-    throw FileSystemError("fsync", pathOf(fd), errno);
-  }
-}
-
-void PosixFileSystem::closeFile(int fd) {
-  const auto path = pathOf(fd);
-  {
-    std::lock_guard lock(mutex_);
-    openFiles_.erase(fd);
-  }
-  // Linux releases the descriptor even when close reports an error, so it is never retried.
-  if (::close(fd) != 0) {
-    throw FileSystemError("close", path, errno);
-  }
+  return std::make_unique<PosixWritableFile>(std::move(descriptor), path);
 }
 
 void PosixFileSystem::rename(const std::filesystem::path& from, const std::filesystem::path& to) {
@@ -97,15 +71,13 @@ namespace {
 /// Opens `path` only to hand it to `sync` (fsync of a folder, syncfs), naming the call in errors.
 template <class Sync>
 void syncThroughDescriptor(const std::filesystem::path& path, int flags, const char* name, Sync sync) {
-  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), flags | O_CLOEXEC); });
-  if (fd < 0) {
+  const UniqueFileDescriptor descriptor(
+      retryingInterrupts([&] { return ::open(path.c_str(), flags | O_CLOEXEC); }));
+  if (!descriptor) {
     throw FileSystemError("open", path, errno);
   }
-  const int syncResult = sync(fd);
-  const int syncError = errno;
-  ::close(fd);
-  if (syncResult != 0) {
-    throw FileSystemError(name, path, syncError);
+  if (sync(descriptor.get()) != 0) {
+    throw FileSystemError(name, path, errno);
   }
 }
 
@@ -126,8 +98,10 @@ void PosixFileSystem::removeFile(const std::filesystem::path& path) {
 }
 
 std::optional<std::string> PosixFileSystem::readFile(const std::filesystem::path& path) {
-  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); });
-  if (fd < 0) {
+  const UniqueFileDescriptor descriptor(
+      retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+  const int fd = descriptor.get();
+  if (!descriptor) {
     if (errno == ENOENT || errno == ENOTDIR) {
       return std::nullopt;
     }
@@ -150,9 +124,7 @@ std::optional<std::string> PosixFileSystem::readFile(const std::filesystem::path
     const std::size_t room = atEnd ? more.size() : content.size() - filled;
     const ssize_t count = retryingInterrupts([&] { return ::read(fd, target, room); });
     if (count < 0) {
-      const int readError = errno;
-      ::close(fd);
-      throw FileSystemError("read", path, readError);
+      throw FileSystemError("read", path, errno);
     }
     if (count == 0) {
       break;
@@ -163,13 +135,14 @@ std::optional<std::string> PosixFileSystem::readFile(const std::filesystem::path
     filled += static_cast<std::size_t>(count);
   }
   content.resize(filled);
-  ::close(fd);
   return content;
 }
 
 std::optional<MappedFile> PosixFileSystem::mapFile(const std::filesystem::path& path) {
-  const int fd = retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); });
-  if (fd < 0) {
+  UniqueFileDescriptor descriptor(
+      retryingInterrupts([&] { return ::open(path.c_str(), O_RDONLY | O_CLOEXEC); }));
+  const int fd = descriptor.get();
+  if (!descriptor) {
     if (errno == ENOENT || errno == ENOTDIR) {
       return std::nullopt;
     }
@@ -178,14 +151,14 @@ std::optional<MappedFile> PosixFileSystem::mapFile(const std::filesystem::path& 
   struct stat status {};
   if (::fstat(fd, &status) != 0 || !S_ISREG(status.st_mode) || status.st_size == 0) {
     // Nothing to map (an empty file cannot be mapped); reading answers all of these.
-    ::close(fd);
+    descriptor.reset();
     return FileSystem::mapFile(path);
   }
   const auto size = static_cast<std::size_t>(status.st_size);
   void* bytes = ::mmap(nullptr, size, PROT_READ, MAP_PRIVATE | MAP_POPULATE, fd, 0);
   const int mapError = errno;
   // The mapping keeps the file's pages without the descriptor, and a replaced file's pages stay mapped.
-  ::close(fd);
+  descriptor.reset();
   if (bytes == MAP_FAILED) {
     throw FileSystemError("mmap", path, mapError);
   }
@@ -193,7 +166,9 @@ std::optional<MappedFile> PosixFileSystem::mapFile(const std::filesystem::path& 
                     [bytes, size] { ::munmap(bytes, size); });
 }
 
-void PosixFileSystem::createDirectories(const std::filesystem::path& path, mode_t mode) {
+void PosixFileSystem::createDirectories(const std::filesystem::path& path,
+                                        std::filesystem::perms permissions) {
+  const mode_t mode = modeOf(permissions);
   std::filesystem::path partial;
   for (const auto& component : path) {
     partial /= component;
@@ -220,14 +195,6 @@ bool PosixFileSystem::exists(const std::filesystem::path& path) {
     return false;
   }
   throw FileSystemError("stat", path, errno);
-}
-
-std::filesystem::path PosixFileSystem::pathOf(int fd) {
-  std::lock_guard lock(mutex_);
-  const auto found = openFiles_.find(fd);
-  // A descriptor opened elsewhere is still named by a real path.
-  return found != openFiles_.end() ? found->second
-                                   : std::filesystem::path("/proc/self/fd/" + std::to_string(fd));
 }
 
 } // namespace vantrel

@@ -103,10 +103,10 @@ public:
   void save(FileSystem& fileSystem) const {
     std::vector<AtomicFileWriter::File> files;
     for (const auto& [file, text] : files_) {
-      fileSystem.createDirectories(file.parent_path(), 0700);
+      fileSystem.createDirectories(file.parent_path());
       files.push_back({file, text});
     }
-    AtomicFileWriter(fileSystem).writeFiles(files, 0600);
+    AtomicFileWriter(fileSystem).writeFiles(files);
   }
 
   /// An event from `hour`:`minute` for `minutes` on the day's clock.

@@ -51,7 +51,7 @@ UniqueFileDescriptor checked(int fd, const char* what) {
 /// is set (the wall-clock time the next one waits for moved).
 [[noreturn]] void runAgent(FileNotificationCenter& center, DesktopNotifier& notifier, const Clock& clock,
                            FileSystem& fileSystem) {
-  fileSystem.createDirectories(center.file().parent_path(), 0700);
+  fileSystem.createDirectories(center.file().parent_path());
   const auto changes = checked(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1");
   if (::inotify_add_watch(changes.get(), center.file().parent_path().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO) <
       0) {

@@ -14,7 +14,6 @@
 #include <set>
 #include <string>
 #include <sys/stat.h>
-#include <tuple>
 #include <unistd.h>
 #include <utility>
 #include <vector>
@@ -38,14 +37,19 @@ std::filesystem::path nextTempPath(const std::filesystem::path& target) {
   return target.parent_path() / name;
 }
 
-/// Creates a temp file beside `target` under a fresh name; answers its descriptor and path.
-std::pair<int, std::filesystem::path> createTemp(FileSystem& fileSystem, const std::filesystem::path& target,
-                                                 mode_t mode) {
+struct TempFile {
+  std::unique_ptr<WritableFile> file;
+  std::filesystem::path path;
+};
+
+/// Creates a temp file beside `target` under a fresh name.
+TempFile createTemp(FileSystem& fileSystem, const std::filesystem::path& target,
+                    std::filesystem::perms permissions) {
   for (int attempt = 1;; ++attempt) {
     auto candidate = nextTempPath(target);
     try {
-      const int fd = fileSystem.createExclusive(candidate, mode);
-      return {fd, std::move(candidate)};
+      auto file = fileSystem.createExclusive(candidate, permissions);
+      return {std::move(file), std::move(candidate)};
     } catch (const FileSystemError& error) {
       if (error.code() != std::errc::file_exists || attempt == maximumTempNameAttempts) {
         throw;
@@ -63,19 +67,13 @@ std::filesystem::path directoryOf(const std::filesystem::path& target) {
 AtomicFileWriter::AtomicFileWriter(FileSystem& fileSystem) : fileSystem_(fileSystem) {}
 
 void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::path& target,
-                                 mode_t mode) const {
+                                 std::filesystem::perms permissions) const {
   const std::filesystem::path directory = directoryOf(target);
   std::filesystem::path tempPath;
-  int fd = -1;
   bool renamed = false;
-  // Undoes what was done so far; its own failures cannot be reported better than the one being thrown.
+  // Undoes what was done so far, once the temp file is closed; its own failures cannot be reported better
+  // than the one being thrown.
   auto discardTemp = [&] {
-    if (fd >= 0) {
-      try {
-        fileSystem_.closeFile(fd);
-      } catch (const FileSystemError&) {
-      }
-    }
     if (!tempPath.empty() && !renamed) {
       try {
         fileSystem_.removeFile(tempPath);
@@ -84,11 +82,12 @@ void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::
     }
   };
   try {
-    std::tie(fd, tempPath) = createTemp(fileSystem_, target, mode);
-    fileSystem_.writeAll(fd, bytes);
+    auto temp = createTemp(fileSystem_, target, permissions);
+    tempPath = temp.path;
+    temp.file->write(bytes);
     // A failed fsync is never retried: the kernel may already have dropped the dirty pages it reported.
-    fileSystem_.syncFile(fd);
-    fileSystem_.closeFile(std::exchange(fd, -1));
+    temp.file->sync();
+    temp.file->close();
     fileSystem_.rename(tempPath, target);
     renamed = true;
     fileSystem_.syncDirectory(directory);
@@ -101,7 +100,7 @@ void AtomicFileWriter::writeData(std::string_view bytes, const std::filesystem::
   }
 }
 
-void AtomicFileWriter::writeFiles(std::span<const File> files, mode_t mode) const {
+void AtomicFileWriter::writeFiles(std::span<const File> files, std::filesystem::perms permissions) const {
   std::vector<std::filesystem::path> temps;
   temps.reserve(files.size());
   std::size_t renamed = 0;
@@ -124,18 +123,10 @@ void AtomicFileWriter::writeFiles(std::span<const File> files, mode_t mode) cons
   try {
     for (const auto& file : files) {
       failing = &file.target;
-      auto [fd, temp] = createTemp(fileSystem_, file.target, mode);
-      temps.push_back(std::move(temp));
-      try {
-        fileSystem_.writeAll(fd, file.bytes);
-      } catch (const FileSystemError&) {
-        try {
-          fileSystem_.closeFile(fd);
-        } catch (const FileSystemError&) {
-        }
-        throw;
-      }
-      fileSystem_.closeFile(fd);
+      auto temp = createTemp(fileSystem_, file.target, permissions);
+      temps.push_back(temp.path);
+      temp.file->write(file.bytes);
+      temp.file->close();
     }
     for (const auto& directory : directories) {
       failing = &directory;
@@ -159,11 +150,11 @@ void AtomicFileWriter::writeFiles(std::span<const File> files, mode_t mode) cons
 }
 
 void AtomicFileWriter::writeString(std::string_view text, const std::filesystem::path& target,
-                                   mode_t mode) const {
+                                   std::filesystem::perms permissions) const {
   if (!isValidUTF8(text)) {
     throw AtomicWriteError::encodingFailed(target);
   }
-  writeData(text, target, mode);
+  writeData(text, target, permissions);
 }
 
 bool AtomicFileWriter::isOurTempFile(const std::filesystem::path& path) {

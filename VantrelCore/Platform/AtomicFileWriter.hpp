@@ -7,7 +7,6 @@
 #include <filesystem>
 #include <span>
 #include <string_view>
-#include <sys/types.h>
 
 namespace vantrel {
 
@@ -22,9 +21,11 @@ public:
   explicit AtomicFileWriter(FileSystem& fileSystem);
 
   /// Throws AtomicWriteError (writeFailed) naming `target` and the failed step; no temp file is left.
-  void writeData(std::string_view bytes, const std::filesystem::path& target, mode_t mode = 0600) const;
+  void writeData(std::string_view bytes, const std::filesystem::path& target,
+                 std::filesystem::perms permissions = FileSystem::privateFile) const;
   /// As writeData, after checking that `text` is well-formed UTF-8 (else AtomicWriteError encodingFailed).
-  void writeString(std::string_view text, const std::filesystem::path& target, mode_t mode = 0600) const;
+  void writeString(std::string_view text, const std::filesystem::path& target,
+                   std::filesystem::perms permissions = FileSystem::privateFile) const;
 
   struct File {
     std::filesystem::path target;
@@ -34,7 +35,8 @@ public:
   /// instead of two syncs per file: every temp file is written, the file system synced once, then every
   /// temp renamed and each folder synced once. On a failure the files already renamed stay replaced
   /// (each whole), the rest keep their old content, and no temp file is left.
-  void writeFiles(std::span<const File> files, mode_t mode = 0600) const;
+  void writeFiles(std::span<const File> files,
+                  std::filesystem::perms permissions = FileSystem::privateFile) const;
 
   /// Whether `path` is one of our temp files, left behind by a crash and safe to delete.
   static bool isOurTempFile(const std::filesystem::path& path);

@@ -1,29 +1,30 @@
 #pragma once
 
 #include "VantrelCore/Platform/MappedFile.hpp"
+#include "VantrelCore/Platform/WritableFile.hpp"
 
 #include <filesystem>
 #include <memory>
 #include <optional>
 #include <string>
-#include <string_view>
-#include <sys/types.h>
 
 namespace vantrel {
 
 /// The file-system calls the system makes: the steps of an atomic replace plus a few basics. It is a seam
-/// so tests can make any step fail. Every call throws FileSystemError on failure.
+/// so tests can make any step fail. Every call throws FileSystemError on failure. What the program creates
+/// is private to its user unless a caller asks otherwise.
 class FileSystem {
 public:
+  static constexpr auto privateFile =
+      std::filesystem::perms::owner_read | std::filesystem::perms::owner_write;
+  static constexpr auto privateFolder = std::filesystem::perms::owner_all;
+
   virtual ~FileSystem() = default;
 
-  /// Creates a new file that must not exist yet and opens it for writing; answers the descriptor.
-  virtual int createExclusive(const std::filesystem::path& path, mode_t mode = 0600) = 0;
-  /// Writes every byte, continuing after partial writes and interruptions.
-  virtual void writeAll(int fd, std::string_view bytes) = 0;
-  virtual void syncFile(int fd) = 0;
-  /// The descriptor is released even when this throws; never close it again.
-  virtual void closeFile(int fd) = 0;
+  /// Creates a new file that must not exist yet, with exactly `permissions` whatever the umask, and opens
+  /// it for writing.
+  virtual std::unique_ptr<WritableFile> createExclusive(const std::filesystem::path& path,
+                                                        std::filesystem::perms permissions = privateFile) = 0;
   virtual void rename(const std::filesystem::path& from, const std::filesystem::path& to) = 0;
   /// Makes the folder's entries (a rename into it) durable.
   virtual void syncDirectory(const std::filesystem::path& directory) = 0;
@@ -43,8 +44,10 @@ public:
     auto owned = std::make_shared<std::string>(std::move(*text));
     return MappedFile(*owned, [owned] {});
   }
-  /// Creates the folder and any missing parents; existing folders are fine.
-  virtual void createDirectories(const std::filesystem::path& path, mode_t mode = 0700) = 0;
+  /// Creates the folder and any missing parents, each with exactly `permissions`; existing folders are
+  /// fine and keep theirs.
+  virtual void createDirectories(const std::filesystem::path& path,
+                                 std::filesystem::perms permissions = privateFolder) = 0;
   virtual bool exists(const std::filesystem::path& path) = 0;
 };
 

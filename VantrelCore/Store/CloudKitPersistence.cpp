@@ -30,7 +30,7 @@ CloudKitPersistence::CloudKitPersistence(Location location, FileSystem& fileSyst
     : location_(std::move(location)), fileSystem_(fileSystem) {
   for (const auto& folder :
        {rootDirectory(), sharedDirectory(), systemFieldsDirectory(), baseRecordsDirectory()}) {
-    fileSystem_.createDirectories(folder, 0700);
+    fileSystem_.createDirectories(folder);
   }
 }
 

@@ -31,10 +31,10 @@ TEST_F(PosixFileSystemTest, WritesReadsAndRemovesPrivateFilesInNewFolders) {
   for (std::size_t index = 0; index < content.size(); ++index) {
     content[index] = static_cast<char>(index * 31 % 251);
   }
-  const int fd = fileSystem_.createExclusive(nested / "a.tmp");
-  fileSystem_.writeAll(fd, content);
-  fileSystem_.syncFile(fd);
-  fileSystem_.closeFile(fd);
+  const auto file = fileSystem_.createExclusive(nested / "a.tmp");
+  file->write(content);
+  file->sync();
+  file->close();
   fileSystem_.rename(nested / "a.tmp", nested / "a");
   fileSystem_.syncDirectory(nested);
   EXPECT_EQ(fileSystem_.readFile(nested / "a"), content);
@@ -43,7 +43,7 @@ TEST_F(PosixFileSystemTest, WritesReadsAndRemovesPrivateFilesInNewFolders) {
   EXPECT_EQ(fileSystem_.readFile(nested / "missing"), std::nullopt);
   EXPECT_EQ(fileSystem_.readFile(nested / "a" / "below-a-file"), std::nullopt);
   EXPECT_FALSE(fileSystem_.exists(nested / "a" / "below-a-file"));
-  fileSystem_.closeFile(fileSystem_.createExclusive(nested / "empty"));
+  fileSystem_.createExclusive(nested / "empty")->close();
   EXPECT_EQ(fileSystem_.readFile(nested / "empty"), "");
   EXPECT_TRUE(fileSystem_.exists(nested / "empty"));
   fileSystem_.removeFile(nested / "empty");
@@ -52,15 +52,15 @@ TEST_F(PosixFileSystemTest, WritesReadsAndRemovesPrivateFilesInNewFolders) {
 }
 
 TEST_F(PosixFileSystemTest, ErrorsNameTheOperationAndThePath) {
-  fileSystem_.closeFile(fileSystem_.createExclusive(folder_ / "file"));
+  fileSystem_.createExclusive(folder_ / "file")->close();
   const std::string file = (folder_ / "file").string();
   const std::string missing = (folder_ / "missing").string();
-  // A closed descriptor is forgotten, and one never opened here is named by its /proc entry.
-  const int closed = fileSystem_.createExclusive(folder_ / "closed");
-  fileSystem_.closeFile(closed);
+  // Closing again does nothing, but a closed file refuses to be written, naming where it was created.
+  const auto closed = fileSystem_.createExclusive(folder_ / "closed");
+  closed->close();
+  closed->close();
   const std::pair<std::function<void()>, std::string> cases[] = {
-      {[&] { fileSystem_.closeFile(closed); },
-       "close /proc/self/fd/" + std::to_string(closed) + ": Bad file descriptor"},
+      {[&] { closed->write("x"); }, "write " + (folder_ / "closed").string() + ": Bad file descriptor"},
       {[&] { fileSystem_.createExclusive(file); }, "create " + file + ": File exists"},
       {[&] { fileSystem_.readFile(folder_); }, "read " + folder_.string() + ": Is a directory"},
       {[&] { fileSystem_.rename(missing, file); },
@@ -69,7 +69,6 @@ TEST_F(PosixFileSystemTest, ErrorsNameTheOperationAndThePath) {
       {[&] { fileSystem_.createDirectories(folder_ / "file" / "sub"); },
        "mkdir " + file + ": Not a directory"},
       {[&] { fileSystem_.removeFile(folder_); }, "unlink " + folder_.string() + ": Is a directory"},
-      {[&] { fileSystem_.writeAll(1000000, "x"); }, "write /proc/self/fd/1000000: Bad file descriptor"},
   };
   for (const auto& [call, message] : cases) {
     try {

@@ -7,6 +7,53 @@
 
 namespace vantrel::testing {
 
+/// A real file whose steps count, and fail, as the file system that created it says.
+class FaultInjectingFileSystem::File final : public WritableFile {
+public:
+  File(FaultInjectingFileSystem& owner, std::unique_ptr<WritableFile> real, std::filesystem::path path)
+      : owner_(owner), real_(std::move(real)), path_(std::move(path)) {}
+  ~File() override {
+    try {
+      close();
+    } catch (const FileSystemError&) {
+    }
+  }
+
+  void write(std::string_view bytes) override {
+    if (const int error = owner_.countCall(Step::write)) {
+      throw FileSystemError("write", path_, error);
+    }
+    real_->write(bytes);
+  }
+
+  void sync() override {
+    if (const int error = owner_.countCall(Step::syncFile)) {
+      throw FileSystemError("fsync", path_, error);
+    }
+    if (!owner_.skipSyncs_) {
+      real_->sync();
+    }
+  }
+
+  void close() override {
+    if (closed_) {
+      return;
+    }
+    closed_ = true;
+    const int error = owner_.countCall(Step::close);
+    real_->close();
+    if (error != 0) {
+      throw FileSystemError("close", path_, error);
+    }
+  }
+
+private:
+  FaultInjectingFileSystem& owner_;
+  std::unique_ptr<WritableFile> real_;
+  std::filesystem::path path_;
+  bool closed_ = false;
+};
+
 FaultInjectingFileSystem::FaultInjectingFileSystem() : real_(PosixFileSystem::shared()) {}
 
 void FaultInjectingFileSystem::failCall(Step step, int nth, int errorNumber) {
@@ -38,40 +85,13 @@ int FaultInjectingFileSystem::countCall(Step step) {
   return fault != faults_.end() ? fault->second : 0;
 }
 
-int FaultInjectingFileSystem::createExclusive(const std::filesystem::path& path, mode_t mode) {
+std::unique_ptr<WritableFile> FaultInjectingFileSystem::createExclusive(const std::filesystem::path& path,
+                                                                        std::filesystem::perms permissions) {
   createRequests_.push_back(path);
   if (const int error = countCall(Step::create)) {
     throw FileSystemError("create", path, error);
   }
-  const int fd = real_.createExclusive(path, mode);
-  openFiles_[fd] = path;
-  return fd;
-}
-
-void FaultInjectingFileSystem::writeAll(int fd, std::string_view bytes) {
-  if (const int error = countCall(Step::write)) {
-    throw FileSystemError("write", openFiles_.at(fd), error);
-  }
-  real_.writeAll(fd, bytes);
-}
-
-void FaultInjectingFileSystem::syncFile(int fd) {
-  if (const int error = countCall(Step::syncFile)) {
-    throw FileSystemError("fsync", openFiles_.at(fd), error);
-  }
-  if (!skipSyncs_) {
-    real_.syncFile(fd);
-  }
-}
-
-void FaultInjectingFileSystem::closeFile(int fd) {
-  const auto path = openFiles_.at(fd);
-  openFiles_.erase(fd);
-  const int error = countCall(Step::close);
-  real_.closeFile(fd);
-  if (error != 0) {
-    throw FileSystemError("close", path, error);
-  }
+  return std::make_unique<File>(*this, real_.createExclusive(path, permissions), path);
 }
 
 void FaultInjectingFileSystem::rename(const std::filesystem::path& from, const std::filesystem::path& to) {
@@ -110,8 +130,9 @@ std::optional<std::string> FaultInjectingFileSystem::readFile(const std::filesys
   return real_.readFile(path);
 }
 
-void FaultInjectingFileSystem::createDirectories(const std::filesystem::path& path, mode_t mode) {
-  real_.createDirectories(path, mode);
+void FaultInjectingFileSystem::createDirectories(const std::filesystem::path& path,
+                                                 std::filesystem::perms permissions) {
+  real_.createDirectories(path, permissions);
 }
 
 bool FaultInjectingFileSystem::exists(const std::filesystem::path& path) {

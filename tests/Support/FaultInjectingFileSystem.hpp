@@ -9,8 +9,9 @@
 namespace vantrel::testing {
 
 /// The real file system, except that chosen calls fail with a chosen errno, as a full or failing disk
-/// would. A failing call does not perform its step, except close, which releases the descriptor as Linux
-/// does. Counts calls per step and remembers every path it was asked to create.
+/// would. A failing call does not perform its step, except close, which releases the file as Linux does.
+/// Counts calls per step (a file closed by its end counts as a close) and remembers every path it was
+/// asked to create.
 class FaultInjectingFileSystem : public FileSystem {
 public:
   enum class Step { create, write, syncFile, close, rename, syncDirectory, syncFileSystem };
@@ -36,19 +37,20 @@ public:
   /// In call order, failed calls included.
   const std::vector<std::filesystem::path>& createRequests() const { return createRequests_; }
 
-  int createExclusive(const std::filesystem::path& path, mode_t mode = 0600) override;
-  void writeAll(int fd, std::string_view bytes) override;
-  void syncFile(int fd) override;
-  void closeFile(int fd) override;
+  std::unique_ptr<WritableFile> createExclusive(const std::filesystem::path& path,
+                                                std::filesystem::perms permissions = privateFile) override;
   void rename(const std::filesystem::path& from, const std::filesystem::path& to) override;
   void syncDirectory(const std::filesystem::path& directory) override;
   void syncFileSystem(const std::filesystem::path& path) override;
   void removeFile(const std::filesystem::path& path) override;
   std::optional<std::string> readFile(const std::filesystem::path& path) override;
-  void createDirectories(const std::filesystem::path& path, mode_t mode = 0700) override;
+  void createDirectories(const std::filesystem::path& path,
+                         std::filesystem::perms permissions = privateFolder) override;
   bool exists(const std::filesystem::path& path) override;
 
 private:
+  class File;
+
   static constexpr std::size_t index(Step step) { return static_cast<std::size_t>(step); }
   /// Counts the call; answers the errno to fail with, or 0.
   int countCall(Step step);
@@ -58,7 +60,6 @@ private:
   FileSystem& real_;
   std::array<int, 7> counts_{};
   std::map<std::pair<Step, int>, int> faults_;
-  std::map<int, std::filesystem::path> openFiles_;
   std::vector<std::filesystem::path> createRequests_;
   int changes_ = 0;
   int stopAtChange_ = 0;
