@@ -137,7 +137,7 @@ void FileNotificationCenter::write(const Contents& contents) {
 
 template <class Change> auto FileNotificationCenter::update(Change&& change) {
   fileSystem_.createDirectories(file_.parent_path());
-  const ExclusiveFileLock lock(file_.string() + ".lock");
+  const ExclusiveFileLock lock(fileSystem_, file_.string() + ".lock");
   Contents contents = read();
   if constexpr (std::is_void_v<decltype(change(contents))>) {
     change(contents);

@@ -261,7 +261,7 @@ void JSONFilePreferences::change(const std::function<void(Values&)>& apply) {
   if (file_.has_parent_path()) {
     fileSystem_.createDirectories(file_.parent_path());
   }
-  const ExclusiveFileLock lock(file_.string() + ".lock");
+  const ExclusiveFileLock lock(fileSystem_, file_.string() + ".lock");
   // Always read under the lock: another process may have written since the cache was filled.
   reload(identify());
   Values updated = cachedValues_;

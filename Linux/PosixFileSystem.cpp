@@ -1,5 +1,6 @@
 #include "Linux/PosixFileSystem.hpp"
 
+#include "Linux/PosixFileLock.hpp"
 #include "Linux/PosixWritableFile.hpp"
 #include "Linux/UniqueFileDescriptor.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
@@ -195,6 +196,11 @@ bool PosixFileSystem::exists(const std::filesystem::path& path) {
     return false;
   }
   throw FileSystemError("stat", path, errno);
+}
+
+std::unique_ptr<FileLock> PosixFileSystem::lockExclusive(const std::filesystem::path& lockFile,
+                                                         const FileLock::Wait& wait) {
+  return std::make_unique<PosixFileLock>(lockFile, wait);
 }
 
 } // namespace vantrel

@@ -23,6 +23,9 @@ public:
   void createDirectories(const std::filesystem::path& path,
                          std::filesystem::perms permissions = privateFolder) override;
   bool exists(const std::filesystem::path& path) override;
+  /// An flock on the lock file (see PosixFileLock).
+  std::unique_ptr<FileLock> lockExclusive(const std::filesystem::path& lockFile,
+                                          const FileLock::Wait& wait) override;
 };
 
 } // namespace vantrel

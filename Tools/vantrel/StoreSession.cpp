@@ -64,10 +64,12 @@ std::filesystem::path StoreSession::lockFile(const VantrelPaths& paths) {
 std::unique_ptr<ExclusiveFileLock> StoreSession::lockProfile(const CommandEnvironment& environment) {
   const auto lock = lockFile(environment.paths());
   environment.fileSystem().createDirectories(lock.parent_path());
-  return std::make_unique<ExclusiveFileLock>(lock, lockTimeout(), [](std::optional<pid_t> holder) {
-    std::cerr << "vantrel: waiting for another vantrel run on this profile"
-              << (holder ? " (process " + std::to_string(*holder) + ")" : std::string()) << " to finish\n";
-  });
+  return std::make_unique<ExclusiveFileLock>(
+      environment.fileSystem(), lock, lockTimeout(), [](std::optional<FileLock::ProcessID> holder) {
+        std::cerr << "vantrel: waiting for another vantrel run on this profile"
+                  << (holder ? " (process " + std::to_string(*holder) + ")" : std::string())
+                  << " to finish\n";
+      });
 }
 
 StoreSession::StoreSession(const CommandEnvironment& environment)

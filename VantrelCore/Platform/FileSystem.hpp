@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VantrelCore/Platform/FileLock.hpp"
 #include "VantrelCore/Platform/MappedFile.hpp"
 #include "VantrelCore/Platform/WritableFile.hpp"
 
@@ -49,6 +50,12 @@ public:
   virtual void createDirectories(const std::filesystem::path& path,
                                  std::filesystem::perms permissions = privateFolder) = 0;
   virtual bool exists(const std::filesystem::path& path) = 0;
+  /// Takes an exclusive lock on `lockFile`, waiting for another holder as `wait` says; throws
+  /// LockTimeoutError when the time is up. The lock file is created private and never opened through a
+  /// symbolic link, so a link planted in its place cannot make the program create or write a file
+  /// elsewhere. It is left in place on release: deleting it would let two holders lock different files.
+  virtual std::unique_ptr<FileLock> lockExclusive(const std::filesystem::path& lockFile,
+                                                  const FileLock::Wait& wait) = 0;
 };
 
 } // namespace vantrel

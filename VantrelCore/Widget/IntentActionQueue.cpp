@@ -42,7 +42,7 @@ void IntentActionQueue::appendMarkDone(std::string_view taskRecordName, bool don
   if (!file) {
     return;
   }
-  const ExclusiveFileLock lock(file->string() + ".lock");
+  const ExclusiveFileLock lock(fileSystem_, file->string() + ".lock");
   auto actions = pending();
   actions.push_back({.id = uuids_.uuidString(),
                      .kind = PendingIntentAction::Kind::markDone,
@@ -61,7 +61,7 @@ void IntentActionQueue::remove(const std::set<std::string>& ids) {
 void IntentActionQueue::remove(FileSystem& fileSystem, const std::filesystem::path& sharedDirectory,
                                const std::set<std::string>& ids) {
   const auto file = sharedDirectory / fileName;
-  const ExclusiveFileLock lock(file.string() + ".lock");
+  const ExclusiveFileLock lock(fileSystem, file.string() + ".lock");
   auto actions = read(fileSystem, sharedDirectory);
   std::erase_if(actions, [&](const PendingIntentAction& action) { return ids.contains(action.id); });
   write(fileSystem, file, actions);

@@ -1,7 +1,10 @@
 #include "Linux/JSONFilePreferences.hpp"
 #include "Linux/PreferencesFileError.hpp"
+#include "VantrelCore/Platform/FileSystemError.hpp"
+#include "tests/Support/FaultInjectingFileSystem.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
+#include <cerrno>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -213,6 +216,23 @@ TEST_F(JSONFilePreferencesTest, StoresCreateTheirPrivateFilesOnTheFirstWrite) {
     }
     EXPECT_EQ(permissionsOf(paths.appGroupContainerDirectory), 0700u);
   }
+}
+
+// A lock that cannot be taken stops the change before anything is written, with the lock's own error.
+TEST_F(JSONFilePreferencesTest, ARefusedLockIsTheWritersErrorAndChangesNothing) {
+  using Step = testing::FaultInjectingFileSystem::Step;
+  testing::FaultInjectingFileSystem files;
+  JSONFilePreferences preferences(file_, files);
+  preferences.setValue("a", std::int64_t{1});
+  files.failCall(Step::lock, 2, EACCES);
+  try {
+    preferences.setValue("a", std::int64_t{2});
+    ADD_FAILURE() << "changed the file without its lock";
+  } catch (const FileSystemError& error) {
+    EXPECT_EQ(error.what(), "flock " + file_.string() + ".lock: Permission denied");
+  }
+  EXPECT_EQ(files.callCount(Step::create), 1);
+  EXPECT_EQ(JSONFilePreferences(file_).integer("a"), 1);
 }
 
 } // namespace

@@ -1,3 +1,4 @@
+#include "Linux/PosixFileSystem.hpp"
 #include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 #include "VantrelCore/Platform/FileSystemError.hpp"
 #include "VantrelCore/Platform/LockTimeoutError.hpp"
@@ -25,6 +26,7 @@ std::string contentOf(const fs::path& file) {
 
 TEST(ExclusiveFileLock, RefusesASymbolicLinkInItsPlaceAndLeavesTheTargetAlone) {
   testing::TemporaryFolder folder;
+  FileSystem& files = PosixFileSystem::shared();
   std::ofstream(folder.path() / "kept") << "precious";
   const auto lockFile = folder.path() / "profile.lock";
   for (const char* target : {"kept", "created"}) {
@@ -32,7 +34,8 @@ TEST(ExclusiveFileLock, RefusesASymbolicLinkInItsPlaceAndLeavesTheTargetAlone) {
       fs::remove(lockFile);
       fs::create_symlink(folder.path() / target, lockFile);
       try {
-        timed ? (void)ExclusiveFileLock(lockFile, 1s, [](auto) {}) : (void)ExclusiveFileLock(lockFile);
+        timed ? (void)ExclusiveFileLock(files, lockFile, 1s, [](auto) {})
+              : (void)ExclusiveFileLock(files, lockFile);
         ADD_FAILURE() << "followed the link to " << target;
       } catch (const FileSystemError& error) {
         EXPECT_NE(std::string(error.what()).find("symbolic link " + lockFile.string()), std::string::npos)
@@ -48,6 +51,7 @@ TEST(ExclusiveFileLock, RefusesASymbolicLinkInItsPlaceAndLeavesTheTargetAlone) {
 // typed error when its time is up, and gets the lock without waiting once the holder has let go.
 TEST(ExclusiveFileLock, ATimedWaitSaysWhoHoldsItGivesUpAndPassesOnRelease) {
   testing::TemporaryFolder folder;
+  FileSystem& files = PosixFileSystem::shared();
   const auto lockFile = folder.path() / "profile.lock";
   int held[2], release[2];
   ASSERT_EQ(::pipe(held), 0);
@@ -58,7 +62,7 @@ TEST(ExclusiveFileLock, ATimedWaitSaysWhoHoldsItGivesUpAndPassesOnRelease) {
     char signal = '!';
     bool told = false;
     {
-      const ExclusiveFileLock lock(lockFile);
+      const ExclusiveFileLock lock(files, lockFile);
       told = ::write(held[1], &signal, 1) == 1 && ::read(release[0], &signal, 1) == 1;
     }
     ::_exit(told ? 0 : 1);
@@ -71,7 +75,7 @@ TEST(ExclusiveFileLock, ATimedWaitSaysWhoHoldsItGivesUpAndPassesOnRelease) {
   std::vector<std::optional<pid_t>> heard;
   const auto listen = [&](std::optional<pid_t> pid) { heard.push_back(pid); };
   try {
-    const ExclusiveFileLock lock(lockFile, 30ms, listen);
+    const ExclusiveFileLock lock(files, lockFile, 30ms, listen);
     ADD_FAILURE() << "took a lock another process holds";
   } catch (const LockTimeoutError& error) {
     EXPECT_EQ(error.holder(), holder);
@@ -86,7 +90,7 @@ TEST(ExclusiveFileLock, ATimedWaitSaysWhoHoldsItGivesUpAndPassesOnRelease) {
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
   EXPECT_EQ(contentOf(lockFile), "") << "a released lock names nobody";
   {
-    const ExclusiveFileLock lock(lockFile, 0ms, listen);
+    const ExclusiveFileLock lock(files, lockFile, 0ms, listen);
     EXPECT_EQ(heard.size(), 1u);
     EXPECT_EQ(contentOf(lockFile), std::to_string(::getpid()) + "\n");
   }

@@ -74,7 +74,7 @@ int FaultInjectingFileSystem::countChange() {
 }
 
 int FaultInjectingFileSystem::countCall(Step step) {
-  if (step != Step::close) {
+  if (step != Step::close && step != Step::lock) {
     if (const int error = countChange()) {
       ++counts_[index(step)];
       return error;
@@ -137,6 +137,14 @@ void FaultInjectingFileSystem::createDirectories(const std::filesystem::path& pa
 
 bool FaultInjectingFileSystem::exists(const std::filesystem::path& path) {
   return real_.exists(path);
+}
+
+std::unique_ptr<FileLock> FaultInjectingFileSystem::lockExclusive(const std::filesystem::path& lockFile,
+                                                                  const FileLock::Wait& wait) {
+  if (const int error = countCall(Step::lock)) {
+    throw FileSystemError("flock", lockFile, error);
+  }
+  return real_.lockExclusive(lockFile, wait);
 }
 
 } // namespace vantrel::testing

@@ -14,7 +14,7 @@ namespace vantrel::testing {
 /// asked to create.
 class FaultInjectingFileSystem : public FileSystem {
 public:
-  enum class Step { create, write, syncFile, close, rename, syncDirectory, syncFileSystem };
+  enum class Step { create, write, syncFile, close, rename, syncDirectory, syncFileSystem, lock };
 
   FaultInjectingFileSystem();
 
@@ -24,8 +24,9 @@ public:
   /// The exit status of a process stopped by stopProcessAtChange(), as a shell shows a SIGKILL.
   static constexpr int stoppedExitStatus = 137;
   /// Counts, in order, every call that changes what is on disk (create, write, fsync of a file, rename,
-  /// sync of a folder or the file system, remove); the `nth` (from 1) ends the process on the spot, before
-  /// it happens, as a kill at that instant would.
+  /// sync of a folder or the file system, remove; not a lock, which guards files rather than changing
+  /// them); the `nth` (from 1) ends the process on the spot, before it happens, as a kill at that instant
+  /// would.
   void stopProcessAtChange(int nth) { stopAtChange_ = nth; }
   /// The `nth` call that changes what is on disk fails with `errorNumber` instead, like a disk that fills.
   void failChange(int nth, int errorNumber);
@@ -47,6 +48,8 @@ public:
   void createDirectories(const std::filesystem::path& path,
                          std::filesystem::perms permissions = privateFolder) override;
   bool exists(const std::filesystem::path& path) override;
+  std::unique_ptr<FileLock> lockExclusive(const std::filesystem::path& lockFile,
+                                          const FileLock::Wait& wait) override;
 
 private:
   class File;
@@ -58,7 +61,7 @@ private:
   int countChange();
 
   FileSystem& real_;
-  std::array<int, 7> counts_{};
+  std::array<int, 8> counts_{};
   std::map<std::pair<Step, int>, int> faults_;
   std::vector<std::filesystem::path> createRequests_;
   int changes_ = 0;
