@@ -81,9 +81,11 @@ void CloudKitStore::updatePendingWrites() {
 
 void CloudKitStore::deleteRecord(std::string_view recordType, std::string_view recordName) {
   guardWrite();
-  removeFromCache(recordType, recordName);
-  commits_.serverCopies().forgetSystemFields(recordType, recordName);
-  enqueue(PendingRecordZoneChange::remove(CloudRecordID{std::string(recordName), zoneID()}));
+  // A copy: the name may be the cached record's own, which the removal frees.
+  std::string name(recordName);
+  removeFromCache(recordType, name);
+  commits_.serverCopies().forgetSystemFields(recordType, name);
+  enqueue(PendingRecordZoneChange::remove(CloudRecordID{std::move(name), zoneID()}));
 }
 
 // The schema record is written straight to the database rather than queued: writes wait for it, and a

@@ -358,6 +358,9 @@ TEST_F(PlannerRulesTest, TriageTurnsAnInboxItemIntoATaskAndCanNoteItInThePurpose
             "Grow food\n" + TimeFormat::inboxTriageNote("Buy seeds", "tomatoes", captured));
   const auto loose = inbox_.triage(inbox_.add("Call Ann", std::nullopt, captured), area, std::nullopt, true);
   EXPECT_EQ(cache_.tasks().at(loose).homeRef, area);
+  writer_.take();
+  inbox_.remove(inbox_.add("Water", std::nullopt, captured, "i-water"));
+  EXPECT_EQ(writer_.take(), (std::vector<std::string>{"save InboxItem/i-water", "remove InboxItem/i-water"}));
 }
 
 TEST_F(PlannerRulesTest, TasksAddedAboveTheFirstHeaderEndTheUnsectionedOnes) {
