@@ -14,15 +14,14 @@ void RecordingWriter::save(AnyRecord record) {
       record);
 }
 
-// Noted after the removal, as the store uses the name after it too: a rule that hands over the cached
-// record's own name then reads freed memory here, where the sanitizers see it.
 void RecordingWriter::remove(std::string_view recordType, std::string_view recordName) {
+  const std::string name(recordName);
+  writes_.push_back("remove " + std::string(recordType) + "/" + name);
   visitCloudKitDomainRecordType(recordType, [&]<class Record>() {
     if constexpr (!std::is_same_v<Record, SchemaVersionRecord>) {
-      cache_.remove<Record>(recordName);
+      cache_.remove<Record>(name);
     }
   });
-  writes_.push_back("remove " + std::string(recordType) + "/" + std::string(recordName));
 }
 
 } // namespace vantrel::testing

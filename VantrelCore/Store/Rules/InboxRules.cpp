@@ -29,9 +29,7 @@ std::string InboxRules::add(std::string_view title, std::optional<std::string> n
 }
 
 void InboxRules::remove(std::string_view item) const {
-  // A copy: the cache's record goes away with the delete.
-  const std::string name = context_.requireInboxItem(item).recordName;
-  context_.writer().remove(CKRecordTypes::inboxItem, name);
+  context_.writer().remove(CKRecordTypes::inboxItem, context_.requireInboxItem(item).recordName);
 }
 
 std::string InboxRules::triage(std::string_view item, std::string_view area,

@@ -27,6 +27,7 @@ public:
 
   virtual ~RecordWriter() = default;
   virtual void save(AnyRecord record) = 0;
+  /// `recordName` may be the cached record's own name, which the removal frees: a writer copies it first.
   virtual void remove(std::string_view recordType, std::string_view recordName) = 0;
 };
 
