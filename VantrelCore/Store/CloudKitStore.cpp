@@ -250,7 +250,21 @@ void CloudKitStore::start() {
 void CloudKitStore::startOffline(const std::exception& startFailure) {
   logger_.error("[Vantrel] CloudKit start failed; %d cached records available, proceeding offline. Error: %@",
                 std::int64_t(cache_.recordCount()), startFailure.what());
-  offlineDatabase_ = std::make_unique<UnreachableCloudDatabase>(startFailure.what());
+  startOnCache(startFailure.what());
+  // No fetch can happen: the status says so rather than looking healthy.
+  ++consecutiveFetchFailures_;
+  lastFetch_ =
+      WriteOutcome{environment_.clock.now(), std::int64_t(cache_.recordCount()), startFailure.what()};
+}
+
+void CloudKitStore::startLocalOnly() {
+  logger_.info("Starting on %d cached records without the cloud, as asked",
+               std::int64_t(cache_.recordCount()));
+  startOnCache("the cloud is not used in this run");
+}
+
+void CloudKitStore::startOnCache(const std::string& reason) {
+  offlineDatabase_ = std::make_unique<UnreachableCloudDatabase>(reason);
   // Engines made over the real database before it failed keep their state in the new ones.
   makeEngines(*offlineDatabase_);
   if (!isStarted_) {
@@ -259,10 +273,6 @@ void CloudKitStore::startOffline(const std::exception& startFailure) {
   updatePendingWrites();
   // The schema was written before when the cache holds its record; writes may then go on.
   schemaMigrationComplete_ = cache_.schemaVersion().has_value();
-  // No fetch can happen: the status says so rather than looking healthy.
-  ++consecutiveFetchFailures_;
-  lastFetch_ =
-      WriteOutcome{environment_.clock.now(), std::int64_t(cache_.recordCount()), startFailure.what()};
   isStarted_ = true;
   isStarting_ = false;
   drainPendingIntentActions();

@@ -176,7 +176,10 @@ public:
   /// reaches the cloud: the engines run over a database that answers every call as unreachable. Logs
   /// "[Vantrel] CloudKit start failed; %d cached records available, proceeding offline. Error: %@".
   void startOffline(const std::exception& startFailure);
-  /// Running on the cache alone after startOffline().
+  /// Goes on with the cache alone because the user asked to: as startOffline(), but nothing failed, so the
+  /// fetch status stays as it was.
+  void startLocalOnly();
+  /// Running on the cache alone after startOffline() or startLocalOnly().
   bool isOffline() const;
   /// Drops both engines, deletes the saved private engine state and every kept system-fields file; the
   /// cache stays.
@@ -381,6 +384,8 @@ private:
   /// state was found.
   bool makeEngines(CloudDatabase& database);
   std::size_t makeStartupBaseCopies();
+  /// The start of both ways onto the cache alone; `reason` is what the unreachable database answers.
+  void startOnCache(const std::string& reason);
   /// What the store adds to a save point: the journal, the engines' states, the shared records.
   void captureCommit(LocalCommit& commit) const;
   /// The pending changes a save point keeps: the engine's, and those parked after a failure.
