@@ -3,6 +3,7 @@
 #include "Tools/vantrel/WidgetCommand.hpp"
 
 #include <CLI/CLI.hpp>
+#include <iostream>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -19,5 +20,5 @@ int main(int argc, char** argv) {
   options.addTo(app);
   configureWidgetCommand(app, options);
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  return runProgram(app, arguments);
+  return runProgram(app, arguments, std::cout, std::cerr);
 }

@@ -1,16 +1,17 @@
 #include "Tools/vantrel/AboutCommand.hpp"
 
+#include "Tools/vantrel/LocalFormat.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
-#include "VantrelCore/Model/LastEditedFormat.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
 #include <iomanip>
 
 namespace vantrel::cli {
 
-void runAboutCommand(const CommandEnvironment& environment, std::ostream& out) {
+void runAboutCommand(const CommandEnvironment& environment) {
+  auto& out = environment.output().text();
   const Date now = environment.clock().now();
   const auto today = CalendarDate::today(*DeviceSettings::timeZone(), environment.clock());
   const auto& paths = environment.paths();
@@ -20,7 +21,7 @@ void runAboutCommand(const CommandEnvironment& environment, std::ostream& out) {
     json.key("version");
     json.string(VANTREL_VERSION);
     json.key("now");
-    json.date(now);
+    json.string(LocalFormat::iso8601(now));
     json.key("today");
     json.string(today.description());
     json.key("timeZone");
@@ -36,15 +37,15 @@ void runAboutCommand(const CommandEnvironment& environment, std::ostream& out) {
     json.key("sharedPreferencesFile");
     json.string(paths.sharedPreferencesFile.string());
     json.endObject();
-    out << json.text() << "\n";
+    environment.output().print(json);
     return;
   }
   const auto line = [&](const char* label, const std::string& value) {
     out << std::left << std::setw(22) << label << terminalText(value) << "\n";
   };
   out << "vantrel " << VANTREL_VERSION << "\n";
-  line("now", LastEditedFormat::string(now));
-  line("today", today.description() + " (" + today.formatted("EEEE") + ")");
+  line("now", LocalFormat::instant(now));
+  line("today", today.description() + " (" + LocalFormat::longDay(today) + ")");
   line("time zone", DeviceSettings::timeZoneID());
   line("locale", DeviceSettings::localeID());
   line("application support", paths.applicationSupportDirectory.string());

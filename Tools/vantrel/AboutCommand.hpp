@@ -8,6 +8,6 @@ namespace vantrel::cli {
 
 /// `vantrel about`: the version, the instant and day the run sees, the device zone and locale, and where
 /// the profile's files live.
-void runAboutCommand(const CommandEnvironment& environment, std::ostream& out);
+void runAboutCommand(const CommandEnvironment& environment);
 
 } // namespace vantrel::cli

@@ -2,8 +2,11 @@
 
 #include "Linux/ICalendarEventStore.hpp"
 #include "Linux/JSONFilePreferences.hpp"
-#include "Tools/vantrel/TerminalText.hpp"
-#include "VantrelCore/Model/TimeFormat.hpp"
+#include "Tools/vantrel/Arguments.hpp"
+#include "Tools/vantrel/CommandArguments.hpp"
+#include "Tools/vantrel/LocalFormat.hpp"
+#include "Tools/vantrel/RecordReport.hpp"
+#include "Tools/vantrel/TaskListing.hpp"
 #include "VantrelCore/Planning/CalendarGapEngine.hpp"
 #include "VantrelCore/Planning/CalendarSource.hpp"
 #include "VantrelCore/Planning/GapEndDerivation.hpp"
@@ -50,9 +53,9 @@ void writeColor(JSONWriter& json, const std::optional<RGBColor>& color) {
   json.endArray();
 }
 
-void listCalendars(Calendars& calendars, const CommandEnvironment& environment) {
+void listCalendars(Calendars& calendars, Output& output) {
   const auto& blocked = calendars.source.blocklist();
-  if (environment.json()) {
+  if (output.json()) {
     JSONWriter json;
     json.startArray();
     for (const auto& calendar : calendars.source.availableCalendars()) {
@@ -70,58 +73,65 @@ void listCalendars(Calendars& calendars, const CommandEnvironment& environment) 
       json.endObject();
     }
     json.endArray();
-    std::cout << json.text() << "\n";
-    return;
+    return output.print(json);
   }
+  TextTable table;
   for (const auto& calendar : calendars.source.availableCalendars()) {
-    std::cout << terminalText(calendar.id) << "  " << terminalText(calendar.title) << "  ("
-              << terminalText(calendar.sourceTitle) << ")"
-              << (blocked.contains(calendar.id) ? "  blocked" : "") << "\n";
+    table.row().cell(calendar.title).cell(calendar.sourceTitle, TextTone::dim);
+    table.cell(blocked.contains(calendar.id) ? "blocked" : "").cell(calendar.id, TextTone::dim);
   }
+  if (table.empty()) {
+    output.text() << "No calendars; vantrel calendars use FOLDER reads a folder of them.\n";
+  }
+  output.print(table);
 }
 
 void addCalendarsCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& context) {
   auto* calendars =
       app.add_subcommand("calendars", "The calendars the planner reads: use, list, block, unblock")
           ->require_subcommand(1);
-  auto values = std::make_shared<std::vector<std::string>>();
+  auto value = std::make_shared<std::string>();
   auto* use =
       calendars->add_subcommand("use", "Read the calendars of a folder (one sub-folder per calendar) or "
                                        "of one .ics file");
-  use->add_option("folder", *values)->required()->expected(1);
+  argument(*use, "folder", *value, "A vdir folder as calendar sync tools keep it, or an .ics file");
   use->callback([=] {
     const auto environment = CommandEnvironment::make(context->options);
-    const auto folder = std::filesystem::absolute(values->at(0));
+    const auto folder = std::filesystem::absolute(*value);
     if (!std::filesystem::exists(folder)) {
       throw std::invalid_argument("no such calendar folder or file: " + folder.string());
     }
     JSONFilePreferences::standard(environment.paths())->setValue(calendarFolderKey, folder.string());
     Calendars chosen(environment);
-    listCalendars(chosen, environment);
+    listCalendars(chosen, environment.output());
   });
   calendars->add_subcommand("list", "List the calendars and which are blocked")->callback([=] {
     const auto environment = CommandEnvironment::make(context->options);
     Calendars chosen(environment);
-    listCalendars(chosen, environment);
+    listCalendars(chosen, environment.output());
   });
   for (const bool block : {true, false}) {
     auto* change = calendars->add_subcommand(
         block ? "block" : "unblock", block ? "Leave a calendar out of the planner" : "Read a calendar again");
-    change->add_option("calendar", *values)->required()->expected(1);
+    argument(*change, "calendar", *value, "The calendar: its title or its id");
     change->callback([=] {
       const auto environment = CommandEnvironment::make(context->options);
       Calendars chosen(environment);
       auto blocklist = chosen.source.blocklist();
+      std::vector<RecordLookup::Candidate> known;
+      for (const auto& calendar : chosen.source.availableCalendars()) {
+        known.push_back({calendar.id, calendar.title});
+      }
+      const auto id =
+          block || !blocklist.contains(*value) ? RecordLookup::pick("calendar", known, *value) : *value;
       if (block) {
-        const auto known = chosen.source.availableCalendars();
-        if (std::ranges::none_of(known, [&](const auto& calendar) { return calendar.id == values->at(0); })) {
-          throw std::invalid_argument("no calendar '" + values->at(0) + "'; see vantrel calendars list");
-        }
-        blocklist.insert(values->at(0));
+        blocklist.insert(id);
       } else {
-        blocklist.erase(values->at(0));
+        blocklist.erase(id);
       }
       chosen.source.setBlocklist(std::move(blocklist));
+      environment.output().changed(std::string(block ? "Blocked" : "Unblocked") + " calendar " +
+                                   inQuotes(id));
     });
   }
 }
@@ -136,6 +146,8 @@ struct DayView {
     std::optional<Date> start{};
     std::optional<TaskGapEnd> end{};
     std::vector<TaskRecord> tasks{};
+    /// The gap the clock is in.
+    bool current = false;
   };
   /// The subtasks of the planned tasks, in their order, as the widget shows them under their task.
   std::map<std::string, std::vector<TaskRecord>> subtasks{};
@@ -143,7 +155,7 @@ struct DayView {
   std::vector<TaskRecord> withoutGap{};
 };
 
-DayView viewOf(const CalendarDate& day, const CloudKitCache& cache, Calendars& calendars) {
+DayView viewOf(const CalendarDate& day, const CloudKitCache& cache, Calendars& calendars, Date now) {
   DayView view{.day = day, .events = calendars.source.events(day)};
   std::ranges::sort(view.events, CalendarEvent::dayDisplayOrder);
   view.openWindows = CalendarGapEngine::openWindows(day, view.events, calendars.windows);
@@ -176,6 +188,13 @@ DayView viewOf(const CalendarDate& day, const CloudKitCache& cache, Calendars& c
       });
     }
   }
+  // The clock is in the last gap that has started, until that gap ends.
+  for (auto gap = view.gaps.rbegin(); gap != view.gaps.rend(); ++gap) {
+    if (gap->start && *gap->start <= now) {
+      gap->current = !(gap->end && gap->end->end && *gap->end->end <= now);
+      break;
+    }
+  }
   // A task whose gap time names no gap of the day is still planned on the day.
   for (const auto& task : planned) {
     if (!inAGap.contains(task.recordName)) {
@@ -195,16 +214,17 @@ void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const Da
     json.string(task.title);
     json.key("done");
     json.boolean(task.done);
-    if (const auto subtasks = view.subtasks.find(task.recordName); subtasks != view.subtasks.end()) {
-      json.key("subtasks");
-      writeTasks(json, subtasks->second, view);
-    }
+    json.key("due");
+    RecordReport::instant(json, task.dueDate);
+    json.key("subtasks");
+    const auto subtasks = view.subtasks.find(task.recordName);
+    writeTasks(json, subtasks == view.subtasks.end() ? std::vector<TaskRecord>() : subtasks->second, view);
     json.endObject();
   }
   json.endArray();
 }
 
-void printJSON(const DayView& view) {
+void printJSON(Output& output, const DayView& view) {
   JSONWriter json;
   json.startObject();
   json.key("day");
@@ -218,9 +238,9 @@ void printJSON(const DayView& view) {
     json.key("title");
     json.string(event.title);
     json.key("start");
-    writeJSONValue(json, event.start);
+    RecordReport::instant(json, event.start);
     json.key("end");
-    writeJSONValue(json, event.end);
+    RecordReport::instant(json, event.end);
     json.key("isAllDay");
     json.boolean(event.isAllDay);
     json.key("calendarName");
@@ -235,11 +255,11 @@ void printJSON(const DayView& view) {
     json.key("id");
     json.string(window.id);
     json.key("start");
-    writeJSONValue(json, window.start);
+    RecordReport::instant(json, window.start);
     json.key("end");
-    writeJSONValue(json, window.end);
-    json.key("durationLabel");
-    json.string(window.durationLabel());
+    RecordReport::instant(json, window.end);
+    json.key("duration");
+    json.number(window.end.secondsSinceReferenceDate - window.start.secondsSinceReferenceDate);
     json.endObject();
   }
   json.endArray();
@@ -252,13 +272,17 @@ void printJSON(const DayView& view) {
     json.key("time");
     json.string(gap.record.time);
     json.key("label");
-    gap.record.label ? json.string(*gap.record.label) : json.null();
+    RecordReport::text(json, gap.record.label);
+    json.key("reminder");
+    json.boolean(gap.record.reminder);
     json.key("start");
-    gap.start ? writeJSONValue(json, *gap.start) : json.null();
+    RecordReport::instant(json, gap.start);
     json.key("end");
-    gap.end&& gap.end->end ? writeJSONValue(json, *gap.end->end) : json.null();
+    RecordReport::instant(json, gap.end ? gap.end->end : std::nullopt);
     json.key("endSource");
     gap.end ? json.string(taskGapEndSourceText(gap.end->source)) : json.null();
+    json.key("current");
+    json.boolean(gap.current);
     json.key("tasks");
     writeTasks(json, gap.tasks, view);
     json.endObject();
@@ -267,78 +291,109 @@ void printJSON(const DayView& view) {
   json.key("plannedWithoutGap");
   writeTasks(json, view.withoutGap, view);
   json.endObject();
-  std::cout << json.text() << "\n";
+  output.print(json);
 }
 
-void printTasks(const std::vector<TaskRecord>& tasks, const DayView& view,
-                const std::string& indent = "    ") {
+void addTaskRows(TextTable& table, const std::vector<TaskRecord>& tasks, const DayView& view, Date now,
+                 const std::string& indent = "    ") {
   for (const auto& task : tasks) {
-    std::cout << indent << "[" << (task.done ? "x" : " ") << "] " << terminalText(task.title) << "  ("
-              << terminalText(task.recordName) << ")\n";
+    table.row().cell(indent + (task.done ? "[x] " : "[ ] ") + task.title,
+                     task.done ? TextTone::dim : TextTone::plain);
+    const auto due = dueCell(task.dueDate, task.done, now, view.day);
+    table.cell(due.text, due.tone).cell(task.recordName, TextTone::dim);
     if (const auto subtasks = view.subtasks.find(task.recordName); subtasks != view.subtasks.end()) {
-      printTasks(subtasks->second, view, indent + "    ");
+      addTaskRows(table, subtasks->second, view, now, indent + "    ");
     }
   }
 }
 
-void printText(const DayView& view) {
-  std::cout << view.day.formatted("EEEE, MMMM d, y") << "\n\nEvents\n";
-  if (view.events.empty()) {
-    std::cout << "  none\n";
+/// Where a gap ends, in words: "until 10:30 AM, when Standup starts", "open-ended".
+std::string endText(const DayView::Gap& gap) {
+  if (!gap.end || !gap.end->end) {
+    return "open-ended, you decide";
   }
+  const auto until = "until " + LocalFormat::timeOfDay(*gap.end->end);
+  switch (gap.end->source) {
+  case TaskGapEndSource::containingEvent:
+    return until + ", when the event it is in ends";
+  case TaskGapEndSource::beforeDayStart:
+  case TaskGapEndSource::afterDayEnd:
+  case TaskGapEndSource::nextBoundary:
+  case TaskGapEndSource::openEnded:
+    break;
+  }
+  return until;
+}
+
+void printText(Output& output, const DayView& view, Date now) {
+  auto& text = output.text();
+  text << output.paint(LocalFormat::longDay(view.day), TextTone::heading) << "\n\n"
+       << output.paint("Events", TextTone::heading) << "\n";
+  TextTable events;
   for (const auto& event : view.events) {
-    std::cout << "  " << (event.isAllDay ? std::string("all day") : TimeFormat::range(event.start, event.end))
-              << "  " << terminalText(event.title)
-              << (event.calendarName.empty() ? "" : "  (" + terminalText(event.calendarName) + ")") << "\n";
+    events.row().cell(
+        "  " + (event.isAllDay ? std::string("all day") : LocalFormat::timeRange(event.start, event.end)));
+    events.cell(event.title).cell(event.calendarName, TextTone::dim);
   }
-  std::cout << "\nOpen time\n";
-  if (view.openWindows.empty()) {
-    std::cout << "  none\n";
+  output.print(events);
+  if (events.empty()) {
+    text << "  none\n";
   }
+  text << "\n" << output.paint("Open time", TextTone::heading) << "\n";
+  TextTable open;
   for (const auto& window : view.openWindows) {
-    std::cout << "  " << TimeFormat::range(window.start, window.end) << "  " << window.durationLabel()
-              << "\n";
+    open.row()
+        .cell("  " + LocalFormat::timeRange(window.start, window.end))
+        .cell(window.durationLabel(), TextTone::dim);
   }
-  std::cout << "\nGaps\n";
-  if (view.gaps.empty()) {
-    std::cout << "  none\n";
+  output.print(open);
+  if (open.empty()) {
+    text << "  none\n";
   }
+  text << "\n" << output.paint("Gaps", TextTone::heading) << "\n";
+  TextTable gaps;
   for (const auto& gap : view.gaps) {
-    std::string ends = "Open-ended, you decide";
-    if (gap.end && gap.end->end) {
-      ends = "until " + TimeFormat::clock(*gap.end->end) + " (" +
-             std::string(taskGapEndSourceText(gap.end->source)) + ")";
-    }
-    std::cout << "  " << terminalText(TimeFormat::clockFromHHmm(gap.record.time)) << "  "
-              << terminalText(gap.record.label.value_or("Gap")) << "  " << ends << "  ("
-              << terminalText(gap.record.recordName) << ")\n";
-    printTasks(gap.tasks, view);
+    const auto tone = gap.current ? TextTone::now : TextTone::heading;
+    gaps.row().cell((gap.current ? "▶ " : "  ") + LocalFormat::timeOfDay(gap.record.time) + "  " +
+                        gap.record.label.value_or("Gap") + (gap.record.reminder ? " 🔔" : ""),
+                    tone);
+    gaps.cell(endText(gap), TextTone::dim).cell(gap.record.recordName, TextTone::dim);
+    addTaskRows(gaps, gap.tasks, view, now);
   }
-  std::cout << "\nPlanned without a gap\n";
-  if (view.withoutGap.empty()) {
-    std::cout << "  none\n";
+  output.print(gaps);
+  if (gaps.empty()) {
+    text << "  none\n";
   }
-  printTasks(view.withoutGap, view);
+  text << "\n" << output.paint("Planned without a gap", TextTone::heading) << "\n";
+  TextTable withoutGap;
+  addTaskRows(withoutGap, view.withoutGap, view, now, "  ");
+  output.print(withoutGap);
+  if (withoutGap.empty()) {
+    text << "  none\n";
+  }
 }
 
 void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& context) {
   auto day = std::make_shared<std::optional<std::string>>();
   auto* today = app.add_subcommand("today", "Show a day as the planner sees it (default: today)");
-  today->add_option("date", *day, "The day, YYYY-MM-DD");
+  optionalArgument(*today, "day", *day, "YYYY-MM-DD, today, tomorrow or yesterday");
   today->callback([=] {
-    context->run(
-        [](CloudKitStore&, const CommandEnvironment&) {},
-        [=](CloudKitStore& store, const CommandEnvironment& environment) {
-          const auto shown =
-              *day ? parseDay(**day) : CalendarDate::today(*DeviceSettings::timeZone(), environment.clock());
-          Calendars calendars(environment);
-          const auto view = viewOf(shown, store.cache(), calendars);
-          environment.json() ? printJSON(view) : printText(view);
-          if (!environment.json() && store.cache().areas().empty() && store.cache().tasks().empty()) {
-            std::cout << "\nThe planner is empty. Try it on a believable week: vantrel --profile DIR demo, "
-                         "with a new folder for DIR.\n";
-          }
-        });
+    context->view([=](PlannerRun& run) {
+      const auto shown = *day ? parseDay(**day, "DAY", run.today) : run.today;
+      Calendars calendars(run.environment);
+      const auto now = run.environment.clock().now();
+      const auto view = viewOf(shown, run.cache(), calendars, now);
+      if (run.output.json()) {
+        return printJSON(run.output, view);
+      }
+      printText(run.output, view, now);
+      const auto& cache = run.cache();
+      if (cache.areas().empty() && cache.tasks().empty() && cache.gaps().empty()) {
+        run.output.text()
+            << "\nThe planner is empty. Try it on a believable week: vantrel --profile DIR demo, "
+               "with a new folder for DIR.\n";
+      }
+    });
   });
 }
 

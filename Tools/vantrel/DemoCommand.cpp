@@ -293,14 +293,16 @@ void addDemoCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& contex
       ->callback([context] {
         DemoCounts counts;
         context->run(
-            [&](CloudKitStore& store, const CommandEnvironment& environment) {
+            [&](PlannerRun& run) {
+              auto& store = run.store;
+              const auto& environment = run.environment;
               const auto& cache = store.cache();
               if (!cache.areas().empty() || !cache.projects().empty() || !cache.tasks().empty() ||
                   !cache.gaps().empty() || !cache.inbox().empty()) {
                 throw std::invalid_argument("the profile already holds data; vantrel demo fills only a fresh "
                                             "profile (use --profile DIR with a new folder)");
               }
-              const auto today = CalendarDate::today(*DeviceSettings::timeZone(), environment.clock());
+              const auto today = run.today;
               fill(store, today, counts);
               DemoCalendars calendars(environment.paths().applicationSupportDirectory / "Vantrel" /
                                       "demo-calendars");
@@ -310,8 +312,8 @@ void addDemoCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& contex
               JSONFilePreferences::standard(environment.paths())
                   ->setValue(calendarFolderKey, calendars.folder().string());
             },
-            [&](CloudKitStore&, const CommandEnvironment& environment) {
-              if (environment.json()) {
+            [&](PlannerRun& run) {
+              if (run.output.json()) {
                 JSONWriter json;
                 json.startObject();
                 for (const auto& [key, value] : {std::pair{"areas", counts.areas},
@@ -323,12 +325,13 @@ void addDemoCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& contex
                   json.int64(value);
                 }
                 json.endObject();
-                std::cout << json.text() << "\n";
-                return;
+                return run.output.print(json);
               }
-              std::cout << "Filled the profile with " << counts.areas << " areas, " << counts.projects
-                        << " projects, " << counts.tasks << " tasks, " << counts.gaps << " gaps and "
-                        << counts.events << " calendar events. Try: vantrel today, vantrel widget --waybar\n";
+              run.output.changed("Filled the profile with " + std::to_string(counts.areas) + " areas, " +
+                                 std::to_string(counts.projects) + " projects, " +
+                                 std::to_string(counts.tasks) + " tasks, " + std::to_string(counts.gaps) +
+                                 " gaps and " + std::to_string(counts.events) +
+                                 " calendar events. Try: vantrel today, vantrel widget --waybar");
             });
       });
 }

@@ -1,6 +1,6 @@
 #include "Tools/vantrel/InstantArgument.hpp"
 
-#include "Tools/vantrel/TerminalText.hpp"
+#include "Tools/vantrel/ArgumentError.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/TimeZoneDatabase.hpp"
@@ -18,12 +18,20 @@ namespace {
 // The widest offset any zone has used; anything beyond it is a typing error, not a place.
 constexpr int largestOffsetMinutes = 18 * 60;
 
-[[noreturn]] void reject(std::string_view text,
-                         std::string_view reason = "expected YYYY-MM-DDTHH:MM[:SS] with an optional Z or "
-                                                   "±HH:MM offset") {
-  // Shown as a terminal shows it: a message is a C string, and a NUL in the text would cut it short.
-  throw std::invalid_argument("invalid --now '" + terminalText(text) + "': " + std::string(reason));
-}
+/// Refuses the argument; a method of the parser below, so that every refusal names the argument.
+class Refusal {
+public:
+  explicit Refusal(std::string_view argument) : argument_(argument) {}
+
+  [[noreturn]] void operator()(std::string_view text,
+                               std::string_view reason = "expected YYYY-MM-DDTHH:MM[:SS] with an optional Z "
+                                                         "or ±HH:MM offset") const {
+    throw ArgumentError(argument_, text, reason);
+  }
+
+private:
+  std::string_view argument_;
+};
 
 /// Reads the text after the day from the front, one piece at a time.
 class Cursor {
@@ -78,7 +86,8 @@ private:
 
 } // namespace
 
-Date parseInstantArgument(std::string_view text) {
+Date parseInstantArgument(std::string_view text, std::string_view argument) {
+  const Refusal reject(argument);
   constexpr std::size_t dayLength = std::string_view("YYYY-MM-DD").size();
   const auto day = CalendarDate::parse(text.substr(0, dayLength));
   Cursor cursor(text.size() > dayLength ? text.substr(dayLength) : std::string_view());

@@ -4,13 +4,29 @@
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Widget/AppRoute.hpp"
 #include "VantrelCore/Widget/DeepLinkRouter.hpp"
+#include "VantrelCore/Widget/GapWidgetData.hpp"
 
-#include <iostream>
+#include <algorithm>
 #include <memory>
 #include <stdexcept>
 #include <string>
 
 namespace vantrel::cli {
+namespace {
+
+/// Whether today's gaps, as the planner last saved them for the widget, hold `gap`: by record name or by
+/// time.
+bool gapExistsToday(const CommandEnvironment& environment, const std::string& gap) {
+  const auto snapshot =
+      environment.fileSystem().readFile(environment.paths().sharedDirectory() / "cache-snapshot.json");
+  if (!snapshot) {
+    return false;
+  }
+  const auto data = GapWidgetData::read(*snapshot, environment.today());
+  return std::ranges::any_of(data.gaps, [&](const GapRecord& record) { return record.recordName == gap; });
+}
+
+} // namespace
 
 void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
   auto url = std::make_shared<std::string>();
@@ -25,8 +41,12 @@ void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
       throw std::invalid_argument("not a Vantrel link: " + *url);
     }
     const auto& gap = router.pendingFocusGapID();
-    if (!environment.json()) {
-      std::cout << (gap ? "Today, focused on gap " + terminalText(*gap) : std::string("Today")) << "\n";
+    if (gap && !gapExistsToday(environment, *gap)) {
+      throw std::invalid_argument("no gap '" + *gap + "' today; see vantrel gap list");
+    }
+    auto& output = environment.output();
+    if (!output.json()) {
+      output.text() << (gap ? "Today, focused on gap " + terminalText(*gap) : std::string("Today")) << "\n";
       return;
     }
     JSONWriter json;
@@ -43,7 +63,7 @@ void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
       json.null();
     }
     json.endObject();
-    std::cout << json.text() << "\n";
+    output.print(json);
   });
 }
 

@@ -3,7 +3,8 @@
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/Platform/UTF8.hpp"
 
-#include <iostream>
+#include <algorithm>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
@@ -47,7 +48,7 @@ std::string roleOf(const CLI::App& program, std::span<const std::string> argumen
     }
     if (isOption(argument)) {
       const auto* option = optionNamed(*command, argument.substr(0, argument.find('=')));
-      if (option && argument.find('=') == std::string::npos && option->get_type_size_max() > 0) {
+      if (option && argument.find('=') == std::string::npos && option->get_items_expected_max() > 0) {
         awaitingValue = option;
       }
       continue;
@@ -90,16 +91,120 @@ std::optional<std::string> nonUTF8Argument(const CLI::App& program, std::span<co
   return std::nullopt;
 }
 
+std::size_t editDistance(std::string_view from, std::string_view to) {
+  std::vector<std::size_t> row(to.size() + 1);
+  for (std::size_t column = 0; column <= to.size(); ++column) {
+    row[column] = column;
+  }
+  for (std::size_t line = 1; line <= from.size(); ++line) {
+    std::size_t diagonal = row[0];
+    row[0] = line;
+    for (std::size_t column = 1; column <= to.size(); ++column) {
+      const std::size_t above = row[column];
+      row[column] = std::min(
+          {row[column] + 1, row[column - 1] + 1, diagonal + (from[line - 1] == to[column - 1] ? 0 : 1)});
+      diagonal = above;
+    }
+  }
+  return row[to.size()];
+}
+
+/// "; did you mean 'today'?" for the known word nearest to `typed`, when one is near enough to be a typo.
+std::string suggestion(std::string_view typed, const std::vector<std::string>& known) {
+  const std::string* nearest = nullptr;
+  std::size_t best = std::max<std::size_t>(2, typed.size() / 3) + 1;
+  for (const auto& word : known) {
+    const auto distance = word.starts_with(typed) ? 1 : editDistance(typed, word);
+    if (distance < best) {
+      best = distance;
+      nearest = &word;
+    }
+  }
+  return nearest ? "; did you mean '" + *nearest + "'?" : "";
+}
+
+std::vector<std::string> subcommandNames(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const auto* sub : command.get_subcommands([](const CLI::App*) { return true; })) {
+    names.push_back(sub->get_name());
+  }
+  return names;
+}
+
+std::vector<std::string> optionNames(const CLI::App& command) {
+  std::vector<std::string> names;
+  for (const CLI::App* scope = &command; scope; scope = scope->get_parent()) {
+    for (const auto* option : scope->get_options([](const CLI::Option* o) { return !o->get_positional(); })) {
+      for (const auto& name : option->get_lnames()) {
+        names.push_back("--" + name);
+      }
+    }
+  }
+  return names;
+}
+
+/// The first command or option of `arguments` that the program does not know, read the way the parser
+/// reads them; CLI11 alone would say "A subcommand is required" for a mistyped command.
+std::optional<std::string> unknownWord(const CLI::App& program, std::span<const std::string> arguments) {
+  const CLI::App* command = &program;
+  bool awaitingValue = false;
+  int words = 0;
+  for (const auto& argument : arguments) {
+    if (std::exchange(awaitingValue, false)) {
+      continue;
+    }
+    if (argument == "--") {
+      return std::nullopt;
+    }
+    if (argument.size() > 1 && argument[0] == '-' && !(argument[1] >= '0' && argument[1] <= '9')) {
+      const auto name = argument.substr(0, argument.find('='));
+      const auto* option = optionNamed(*command, name);
+      if (!option && name.starts_with("--")) {
+        return "unknown option '" + terminalText(name) + "'" + suggestion(name, optionNames(*command));
+      }
+      awaitingValue =
+          option && argument.find('=') == std::string::npos && option->get_items_expected_max() > 0;
+      continue;
+    }
+    const auto named =
+        command->get_subcommands([&](const CLI::App* sub) { return sub->check_name(argument); });
+    if (!named.empty()) {
+      command = named.front();
+      words = 0;
+      continue;
+    }
+    int capacity = 0;
+    for (const auto* positional :
+         command->get_options([](const CLI::Option* o) { return o->get_positional(); })) {
+      capacity += std::max(positional->get_items_expected_max(), 0);
+    }
+    if (words >= capacity && !command->get_subcommands([](const CLI::App*) { return true; }).empty()) {
+      const std::string what = command == &program ? "command" : commandPath(*command) + " command";
+      return "unknown " + what + " '" + terminalText(argument) + "'" +
+             suggestion(argument, subcommandNames(*command));
+    }
+    ++words;
+  }
+  return std::nullopt;
+}
+
 } // namespace
 
-int runProgram(CLI::App& program, std::span<const std::string> arguments) {
+int runProgram(CLI::App& program, std::span<const std::string> arguments, std::ostream& out,
+               std::ostream& err) {
   const std::string name = program.get_name();
+  const std::string hint =
+      "\nRun '" + name + " help' or '" + name + " COMMAND --help' for more information.\n";
   if (const auto refusal = nonUTF8Argument(program, arguments)) {
-    std::cerr << name << ": " << *refusal << "\n";
+    err << name << ": " << *refusal << "\n";
     return usageErrorStatus;
   }
-  program.failure_message([](const CLI::App* app, const CLI::Error& error) {
-    return app->get_name() + ": " + terminalText(error.what()) + "\nRun with --help for more information.\n";
+  if (const auto unknown = unknownWord(program, arguments)) {
+    err << name << ": " << *unknown << hint;
+    return usageErrorStatus;
+  }
+  program.failure_message([name, hint](const CLI::App*, const CLI::Error& error) {
+    return name + ": " + terminalText(error.what()) + hint;
   });
   // CLI11 parses from the back of the list.
   std::vector<std::string> reversed(arguments.rbegin(), arguments.rend());
@@ -107,12 +212,30 @@ int runProgram(CLI::App& program, std::span<const std::string> arguments) {
     program.parse(reversed);
   } catch (const CLI::ParseError& error) {
     // Help and the version are answers, not errors.
-    return program.exit(error) == 0 ? 0 : usageErrorStatus;
+    return program.exit(error, out, err) == 0 ? 0 : usageErrorStatus;
   } catch (const std::exception& error) {
-    std::cerr << name << ": " << terminalText(error.what()) << "\n";
+    err << name << ": " << terminalText(error.what()) << "\n";
     return 1;
   }
   return 0;
+}
+
+void addHelpCommand(CLI::App& program, std::ostream& out) {
+  auto words = std::make_shared<std::vector<std::string>>();
+  auto* help = program.add_subcommand("help", "Show the help of the program or of a command");
+  help->add_option("command", *words, "The command, as typed: task, task add")->type_name("");
+  help->callback([&program, &out, words] {
+    const CLI::App* command = &program;
+    for (const auto& word : *words) {
+      const auto named = command->get_subcommands([&](const CLI::App* sub) { return sub->check_name(word); });
+      if (named.empty()) {
+        throw CLI::ValidationError("help: unknown command '" + terminalText(word) + "'" +
+                                   suggestion(word, subcommandNames(*command)));
+      }
+      command = named.front();
+    }
+    out << command->help();
+  });
 }
 
 } // namespace vantrel::cli

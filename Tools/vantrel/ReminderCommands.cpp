@@ -4,9 +4,10 @@
 #include "Linux/FileNotificationCenter.hpp"
 #include "Linux/JSONFilePreferences.hpp"
 #include "Linux/UniqueFileDescriptor.hpp"
+#include "Tools/vantrel/LocalFormat.hpp"
+#include "Tools/vantrel/RecordReport.hpp"
 #include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
-#include "VantrelCore/Model/LastEditedFormat.hpp"
 #include "VantrelCore/Planning/NotificationsController.hpp"
 
 #include <array>
@@ -22,17 +23,16 @@ namespace {
 
 /// Shows the reminders whose time has come, each once; one that cannot be shown goes back to wait.
 /// Answers how many could not be shown.
-int showDue(FileNotificationCenter& center, DesktopNotifier& notifier, Date now) {
+int showDue(FileNotificationCenter& center, DesktopNotifier& notifier, Date now, Output& output) {
   int failed = 0;
   for (const auto& request : center.takeDue(now)) {
     try {
       notifier.show(request.title, request.body, request.playsSound);
-      std::cout << "shown " << terminalText(request.identifier) << "  " << terminalText(request.title)
-                << std::endl;
+      output.text() << "shown " << terminalText(request.identifier) << "  " << terminalText(request.title)
+                    << std::endl;
     } catch (const std::exception& error) {
       center.add(request);
-      std::cerr << "vantrel: " << terminalText(request.identifier)
-                << " not shown: " << terminalText(error.what()) << std::endl;
+      output.warn(request.identifier + " not shown: " + error.what());
       ++failed;
     }
   }
@@ -50,7 +50,7 @@ UniqueFileDescriptor checked(int fd, const char* what) {
 /// Sleeps until the next reminder is due, the notification file changes (a new schedule), or the clock
 /// is set (the wall-clock time the next one waits for moved).
 [[noreturn]] void runAgent(FileNotificationCenter& center, DesktopNotifier& notifier, const Clock& clock,
-                           FileSystem& fileSystem) {
+                           FileSystem& fileSystem, Output& output) {
   fileSystem.createDirectories(center.file().parent_path());
   const auto changes = checked(::inotify_init1(IN_CLOEXEC | IN_NONBLOCK), "inotify_init1");
   if (::inotify_add_watch(changes.get(), center.file().parent_path().c_str(), IN_CLOSE_WRITE | IN_MOVED_TO) <
@@ -59,7 +59,7 @@ UniqueFileDescriptor checked(int fd, const char* what) {
   }
   const auto timer = checked(::timerfd_create(CLOCK_REALTIME, TFD_CLOEXEC | TFD_NONBLOCK), "timerfd_create");
   while (true) {
-    showDue(center, notifier, clock.now());
+    showDue(center, notifier, clock.now(), output);
     itimerspec wake{};
     if (const auto next = center.nextFireDate()) {
       const double seconds = std::max(next->unixSeconds(), 1.0);
@@ -95,7 +95,8 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
         ->add_subcommand(on ? "on" : "off", on ? "Schedule reminders of the gaps that ask for one"
                                                : "Schedule no gap reminders; the gaps keep their bells")
         ->callback([=] {
-          context->run([on](CloudKitStore& store, const CommandEnvironment& environment) {
+          context->run([on](PlannerRun& run) {
+            const auto& environment = run.environment;
             JSONFilePreferences::standard(environment.paths())
                 ->setValue(NotificationsController::gapRemindersEnabledKey, on);
             FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
@@ -103,7 +104,9 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
             if (on && !center.requestAuthorization()) {
               throw std::runtime_error("Notifications are off. Open Settings to turn them on");
             }
-            rescheduleGapReminders(store.cache(), environment);
+            rescheduleGapReminders(run.cache(), environment);
+            run.output.changed(on ? "Reminders are on: the gaps with a bell remind you at their start"
+                                  : "Reminders are off; the gaps keep their bells");
           });
         });
   }
@@ -111,12 +114,40 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
     const auto environment = CommandEnvironment::make(context->options);
     FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
                                   environment.fileSystem());
-    for (const auto& request : center.pendingRequests()) {
-      const auto fires = FileNotificationCenter::fireDate(request);
-      std::cout << terminalText(request.identifier) << "  "
-                << (fires ? LastEditedFormat::string(*fires) : "?") << "  " << terminalText(request.title)
-                << "\n";
+    auto& output = environment.output();
+    const auto requests = center.pendingRequests();
+    if (output.json()) {
+      JSONWriter json;
+      json.startArray();
+      for (const auto& request : requests) {
+        json.startObject();
+        json.key("identifier");
+        json.string(request.identifier);
+        json.key("fires");
+        RecordReport::instant(json, FileNotificationCenter::fireDate(request));
+        json.key("title");
+        json.string(request.title);
+        json.key("body");
+        RecordReport::text(json, request.body);
+        json.endObject();
+      }
+      json.endArray();
+      return output.print(json);
     }
+    if (!gapRemindersEnabled(environment)) {
+      output.text() << "Reminders are off.\n";
+      return;
+    }
+    TextTable table;
+    for (const auto& request : requests) {
+      const auto fires = FileNotificationCenter::fireDate(request);
+      table.row().cell(fires ? LocalFormat::instant(*fires) : "?").cell(request.title);
+      table.cell(request.identifier, TextTone::dim);
+    }
+    if (table.empty()) {
+      output.text() << "No reminders wait.\n";
+    }
+    output.print(table);
   });
   auto* run = reminders->add_subcommand("run", "Show the reminders that are due, once, and exit");
   run->add_option("--bus", *bus, "The session bus address (default: the user's session bus)");
@@ -125,7 +156,7 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
     FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
                                   environment.fileSystem());
     DesktopNotifier notifier(*bus);
-    if (showDue(center, notifier, environment.clock().now()) > 0) {
+    if (showDue(center, notifier, environment.clock().now(), environment.output()) > 0) {
       throw std::runtime_error("some reminders could not be shown; they wait for the next run");
     }
   });
@@ -136,7 +167,7 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
     FileNotificationCenter center(FileNotificationCenter::defaultFile(environment.paths()),
                                   environment.fileSystem());
     DesktopNotifier notifier(*bus);
-    runAgent(center, notifier, environment.clock(), environment.fileSystem());
+    runAgent(center, notifier, environment.clock(), environment.fileSystem(), environment.output());
   });
 }
 

@@ -1,24 +1,41 @@
 #include "Tools/vantrel/StatusCommand.hpp"
 
-#include "Tools/vantrel/TerminalText.hpp"
-#include "VantrelCore/Model/LastEditedFormat.hpp"
-
-#include <iomanip>
+#include "Tools/vantrel/LocalFormat.hpp"
+#include "Tools/vantrel/RecordReport.hpp"
 
 namespace vantrel::cli {
 namespace {
 
-template <class Record>
-void optionalRecord(JSONWriter& json, const char* key, const std::optional<Record>& record) {
-  json.key(key);
-  if (record) {
-    encodeRecord(json, *record);
-  } else {
-    json.null();
+void writeFetch(JSONWriter& json, const std::optional<WriteOutcome>& fetch) {
+  if (!fetch) {
+    return json.null();
   }
+  json.startObject();
+  json.key("when");
+  RecordReport::instant(json, fetch->when);
+  json.key("recordCount");
+  json.int64(fetch->recordCount);
+  json.key("error");
+  RecordReport::text(json, fetch->errorDescription);
+  json.endObject();
 }
 
-void printJSON(const CloudKitStore& store) {
+void writeConflict(JSONWriter& json, const SyncConflict& conflict) {
+  json.startObject();
+  json.key("recordType");
+  json.string(conflict.recordType);
+  json.key("recordName");
+  json.string(conflict.recordName);
+  json.key("localLabel");
+  RecordReport::text(json, conflict.localLabel);
+  json.key("serverLabel");
+  RecordReport::text(json, conflict.serverLabel);
+  json.key("date");
+  RecordReport::instant(json, conflict.date);
+  json.endObject();
+}
+
+void printJSON(Output& output, const CloudKitStore& store) {
   JSONWriter json;
   json.startObject();
   json.key("syncHealth");
@@ -26,42 +43,51 @@ void printJSON(const CloudKitStore& store) {
   json.key("pendingWrites");
   json.int64(store.pendingWriteCount());
   json.key("pendingSince");
-  if (const auto& since = store.pendingSince()) {
-    writeJSONValue(json, *since);
-  } else {
-    json.null();
-  }
-  optionalRecord(json, "lastFetch", store.lastFetch());
+  RecordReport::instant(json, store.pendingSince());
+  json.key("lastFetch");
+  writeFetch(json, store.lastFetch());
   json.key("consecutiveFetchFailures");
   json.int64(store.consecutiveFetchFailures());
-  optionalRecord(json, "lastConflict", store.lastConflict());
+  json.key("lastConflict");
+  store.lastConflict() ? writeConflict(json, *store.lastConflict()) : json.null();
   json.key("recentConflicts");
   json.startArray();
   for (const auto& conflict : store.recentConflicts()) {
-    encodeRecord(json, conflict);
+    writeConflict(json, conflict);
   }
   json.endArray();
-  optionalRecord(json, "banner", store.lastUIError());
+  json.key("banner");
+  RecordReport::text(json, store.lastUIError() ? std::optional(store.lastUIError()->summary) : std::nullopt);
   json.key("recordFailures");
   json.startArray();
   for (const auto& [name, failure] : store.recordFailures()) {
-    encodeRecord(json, failure);
+    json.startObject();
+    json.key("operation");
+    json.string(failure.operation);
+    json.key("recordType");
+    json.string(failure.recordType);
+    json.key("recordName");
+    json.string(name);
+    json.key("error");
+    json.string(failure.errorDescription);
+    json.key("date");
+    RecordReport::instant(json, failure.date);
+    json.endObject();
   }
   json.endArray();
   json.endObject();
-  std::cout << json.text() << "\n";
+  output.print(json);
 }
 
-void printText(const CloudKitStore& store) {
-  const auto line = [](const char* label, const std::string& value) {
-    std::cout << std::left << std::setw(17) << label << terminalText(value) << "\n";
-  };
+void printText(Output& output, const CloudKitStore& store) {
+  TextTable table;
+  const auto line = [&](const char* label, const std::string& value) { table.row().cell(label).cell(value); };
   line("sync health", std::string(syncHealthName(store.syncHealth())));
   line("waiting to send",
        std::to_string(store.pendingWriteCount()) +
-           (store.pendingSince() ? " since " + LastEditedFormat::string(*store.pendingSince()) : ""));
+           (store.pendingSince() ? " since " + LocalFormat::instant(*store.pendingSince()) : ""));
   if (const auto& fetch = store.lastFetch()) {
-    line("last fetch", LastEditedFormat::string(fetch->when) +
+    line("last fetch", LocalFormat::instant(fetch->when) +
                            (fetch->errorDescription ? " (failed: " + *fetch->errorDescription + ")" : ""));
   }
   line("failed fetches", std::to_string(store.consecutiveFetchFailures()));
@@ -69,7 +95,7 @@ void printText(const CloudKitStore& store) {
     line("last conflict", conflict->recordType + " " + conflict->recordName + ": \"" +
                               conflict->localLabel.value_or("") + "\" gave way to \"" +
                               conflict->serverLabel.value_or("") + "\", " +
-                              LastEditedFormat::string(conflict->date));
+                              LocalFormat::instant(conflict->date));
   }
   if (const auto& banner = store.lastUIError()) {
     line("banner", banner->summary);
@@ -77,8 +103,9 @@ void printText(const CloudKitStore& store) {
   for (const auto& [name, failure] : store.recordFailures()) {
     const std::string record = (failure.recordType.empty() ? "" : failure.recordType + " ") + name;
     line(failure.operation == "fetch" ? "unreadable" : "not sent",
-         record + ": " + failure.errorDescription + ", " + LastEditedFormat::string(failure.date));
+         record + ": " + failure.errorDescription + ", " + LocalFormat::instant(failure.date));
   }
+  output.print(table);
 }
 
 } // namespace
@@ -90,13 +117,13 @@ void addStatusCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& cont
   status->add_flag("--dismiss", *dismiss, "Close the banner once it has been shown");
   status->callback([=] {
     context->run(
-        [=](CloudKitStore& store, const CommandEnvironment&) {
+        [=](PlannerRun& run) {
           if (*dismiss) {
-            store.clearUIError();
+            run.store.clearUIError();
           }
         },
-        [](CloudKitStore& store, const CommandEnvironment& environment) {
-          environment.json() ? printJSON(store) : printText(store);
+        [](PlannerRun& run) {
+          run.output.json() ? printJSON(run.output, run.store) : printText(run.output, run.store);
         });
   });
 }

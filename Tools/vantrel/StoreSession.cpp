@@ -11,7 +11,6 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <iostream>
 #include <stdexcept>
 
 namespace vantrel::cli {
@@ -65,15 +64,14 @@ std::unique_ptr<ExclusiveFileLock> StoreSession::lockProfile(const CommandEnviro
   const auto lock = lockFile(environment.paths());
   environment.fileSystem().createDirectories(lock.parent_path());
   return std::make_unique<ExclusiveFileLock>(
-      environment.fileSystem(), lock, lockTimeout(), [](std::optional<FileLock::ProcessID> holder) {
-        std::cerr << "vantrel: waiting for another vantrel run on this profile"
-                  << (holder ? " (process " + std::to_string(*holder) + ")" : std::string())
-                  << " to finish\n";
+      environment.fileSystem(), lock, lockTimeout(), [&output = environment.output()](auto holder) {
+        output.warn("waiting for another vantrel run on this profile" +
+                    (holder ? " (process " + std::to_string(*holder) + ")" : std::string()) + " to finish");
       });
 }
 
-StoreSession::StoreSession(const CommandEnvironment& environment)
-    : environment_(environment),
+StoreSession::StoreSession(const CommandEnvironment& environment, bool offline)
+    : environment_(environment), offline_(offline),
       widgets_(
           JSONFilePreferences::shared(environment.paths())->string(CommandWidgetCenter::reloadCommandKey)),
       undoFile_(environment.paths().applicationSupportDirectory / "Vantrel" / "undo.json"),
@@ -104,7 +102,11 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
   }
   bannerAtStart_ = store_->lastUIError();
   try {
-    store_->start();
+    if (offline_ && store_->cache().recordCount() > 0) {
+      store_->startLocalOnly();
+    } else {
+      store_->start();
+    }
     store_->runFirstLaunchFlow();
   } catch (const CloudKitStoreError& error) {
     if (error.kind() == CloudKitStoreError::Kind::noICloudAccount || store_->cache().recordCount() == 0) {
@@ -127,8 +129,8 @@ StoreSession::StoreSession(const CommandEnvironment& environment)
   }
 }
 
-std::optional<std::string> StoreSession::finish(bool offline) {
-  if (!offline && !store_->isOffline()) {
+std::optional<std::string> StoreSession::finish(bool send) {
+  if (send && !offline_ && !store_->isOffline()) {
     store_->syncEngine()->sendChanges();
     store_->syncNow();
   }

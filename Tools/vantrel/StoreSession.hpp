@@ -29,14 +29,17 @@ class StoreSession {
 public:
   static constexpr std::chrono::seconds defaultLockTimeout{60};
 
-  explicit StoreSession(const CommandEnvironment& environment);
+  /// `offline`: the user asked for no cloud in this run; a profile that holds records then starts on them
+  /// alone, neither sending nor fetching (a new profile still meets the cloud once, to learn its account).
+  StoreSession(const CommandEnvironment& environment, bool offline);
 
   CloudKitStore& store() { return *store_; }
   /// Sends what waits (unless offline), fetches, and writes a save point and the sync status before the
   /// program ends. Answers the banner message this run raised (a conflict, a failed send), if any. Throws
   /// std::runtime_error when the save point could not be written: then nothing of this run is on disk, and
   /// the command must not report success.
-  std::optional<std::string> finish(bool offline);
+  /// `send` false: a refused command only saves what the run fetched at its start.
+  std::optional<std::string> finish(bool send = true);
 
   /// The profile's lock file: in the folder of the store's own files.
   static std::filesystem::path lockFile(const VantrelPaths& paths);
@@ -45,6 +48,7 @@ public:
 
 private:
   const CommandEnvironment& environment_;
+  bool offline_;
   std::unique_ptr<ExclusiveFileLock> lock_;
   // A run of the command line is one turn of the owner's loop: what the store schedules runs before
   // the command ends, in order, on this thread.

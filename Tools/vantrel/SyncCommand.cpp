@@ -1,19 +1,19 @@
 #include "Tools/vantrel/SyncCommand.hpp"
 
+#include "Tools/vantrel/LocalFormat.hpp"
 #include "Tools/vantrel/StoreSession.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
-#include "VantrelCore/Model/LastEditedFormat.hpp"
 
 #include <iomanip>
-#include <iostream>
 
 namespace vantrel::cli {
 
-void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
-  StoreSession session(environment);
-  if (const auto banner = session.finish(false)) {
-    std::cerr << "vantrel: " << terminalText(*banner) << "\n";
+void runSyncCommand(const CommandEnvironment& environment) {
+  auto& out = environment.output().text();
+  StoreSession session(environment, false);
+  if (const auto banner = session.finish()) {
+    environment.output().warn(*banner);
   }
   CloudKitStore& store = session.store();
   const auto& cloudFile = environment.cloudDatabaseFile();
@@ -39,7 +39,7 @@ void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
       json.null();
     }
     json.endObject();
-    out << json.text() << "\n";
+    environment.output().print(json);
     return;
   }
   const auto line = [&](const char* label, const std::string& value) {
@@ -51,7 +51,7 @@ void runSyncCommand(const CommandEnvironment& environment, std::ostream& out) {
   line("waiting to send", std::to_string(store.pendingWriteCount()));
   if (lastFetch) {
     line("fetched",
-         LastEditedFormat::string(lastFetch->when) +
+         LocalFormat::instant(lastFetch->when) +
              (lastFetch->errorDescription ? " (failed: " + *lastFetch->errorDescription + ")" : ""));
   }
 }

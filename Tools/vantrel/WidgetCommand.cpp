@@ -4,6 +4,7 @@
 #include "Linux/FileChangeWaiter.hpp"
 #include "Linux/JSONFilePreferences.hpp"
 #include "Linux/PosixFileSystem.hpp"
+#include "Tools/vantrel/CommandArguments.hpp"
 #include "Tools/vantrel/InstantArgument.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
 #include "Tools/vantrel/WaybarLine.hpp"
@@ -15,7 +16,6 @@
 #include "VantrelCore/Widget/MarkTaskDoneIntent.hpp"
 #include "VantrelCore/Widget/TaskEntityQuery.hpp"
 
-#include <iostream>
 #include <memory>
 #include <stdexcept>
 
@@ -41,19 +41,19 @@ struct WidgetOptions {
   bool follow = false;
 };
 
-void printEntry(const GapEntry& entry, bool waybar) {
+void printEntry(Output& output, const GapEntry& entry, bool waybar) {
   if (waybar) {
-    std::cout << waybarLine(entry.model) << "\n";
+    output.text() << waybarLine(entry.model) << "\n";
     return;
   }
   JSONWriter json;
   entry.writeJSON(json);
-  std::cout << json.text() << "\n";
+  output.print(json);
 }
 
 /// Prints the line of now, then sleeps until the next instant of the timeline (the next midnight when
 /// there is none) or a change of the shared files, and prints again when the line changed.
-[[noreturn]] void follow(const WidgetFiles& files, const Clock& clock) {
+[[noreturn]] void follow(const WidgetFiles& files, const Clock& clock, Output& output) {
   auto& fileSystem = files.widget.fileSystem;
   fileSystem.createDirectories(*files.widget.sharedDirectory);
   FileChangeWaiter waiter(*files.widget.sharedDirectory,
@@ -64,7 +64,7 @@ void printEntry(const GapEntry& entry, bool waybar) {
     const auto models = GapWidgetModel::timeline(now, files.widget);
     const auto line = waybarLine(models.empty() ? GapWidgetModel::load(now, files.widget) : models.front());
     if (line != printed) {
-      std::cout << line << std::endl;
+      output.text() << line << std::endl;
       printed = line;
     }
     const auto midnight = CalendarDate::localDayOf(now).adding(1).localTime(0);
@@ -85,31 +85,32 @@ void runWidget(const GlobalOptions& options, const WidgetOptions& widget) {
   }
   std::unique_ptr<Clock> atClock;
   if (widget.at) {
-    atClock = std::make_unique<FixedClock>(parseInstantArgument(*widget.at));
+    atClock = std::make_unique<FixedClock>(parseInstantArgument(*widget.at, "--at"));
   }
   const Clock& clock = atClock ? *atClock : environment.clock();
   if (widget.follow) {
     if (options.now || widget.at) {
       throw std::invalid_argument("--follow follows the real clock; leave out --now and --at");
     }
-    follow(files, clock);
+    follow(files, clock, environment.output());
   }
   const GapTimelineProvider provider(files.widget, clock);
   // The size only decides how much of the model a view lays out; the model is the same for all three.
   constexpr auto size = GapWidgetSize::medium;
   if (widget.placeholder) {
-    printEntry(provider.placeholder(size), widget.waybar);
+    printEntry(environment.output(), provider.placeholder(size), widget.waybar);
   } else if (widget.snapshot || widget.waybar) {
-    provider.getSnapshot(size, [&](const GapEntry& entry) { printEntry(entry, widget.waybar); });
+    provider.getSnapshot(
+        size, [&](const GapEntry& entry) { printEntry(environment.output(), entry, widget.waybar); });
   } else {
-    provider.getTimeline(size, [](const GapTimeline& timeline) {
+    provider.getTimeline(size, [&](const GapTimeline& timeline) {
       JSONWriter json;
       json.startArray();
       for (const auto& entry : timeline.entries) {
         entry.writeJSON(json);
       }
       json.endArray();
-      std::cout << json.text() << "\n";
+      environment.output().print(json);
     });
   }
 }
@@ -130,7 +131,8 @@ void runMarkDone(const GlobalOptions& options, const std::string& task, bool don
   if (const auto failure = intent.perform(queue, widgets)) {
     throw std::runtime_error("could not record " + change + ": " + *failure);
   }
-  if (environment.json()) {
+  auto& output = environment.output();
+  if (output.json()) {
     JSONWriter json;
     json.startObject();
     json.key("task");
@@ -142,10 +144,9 @@ void runMarkDone(const GlobalOptions& options, const std::string& task, bool don
     json.key("pending");
     json.int64(static_cast<std::int64_t>(queue.pending().size()));
     json.endObject();
-    std::cout << json.text() << "\n";
-    return;
+    return output.print(json);
   }
-  std::cout << "Marked " << terminalText(change) << "; the planner applies it on its next run\n";
+  output.changed("Marked " + change + "; the planner applies it on its next run");
 }
 
 } // namespace
@@ -183,7 +184,7 @@ void addWidgetCommands(CLI::App& app, const GlobalOptions& options) {
   auto* markDone = app.add_subcommand(
       "mark-done",
       "Mark a task done the way the widget does: queued, shown at once, applied by the next run");
-  markDone->add_option("task", *task, "The task's record name")->required();
+  argument(*markDone, "task", *task, "The task's record name, as the widget shows it");
   markDone->add_flag("--not-done", *notDone, "Mark it not done");
   markDone->callback([&options, task, notDone] { runMarkDone(options, *task, !*notDone); });
 }

@@ -1,6 +1,7 @@
 #include "Linux/PosixFileSystem.hpp"
 #include "Tools/vantrel/CommandLine.hpp"
 
+#include <iostream>
 #include <string>
 #include <sys/stat.h>
 #include <vector>
@@ -10,5 +11,5 @@ int main(int argc, char** argv) {
   // others, also files made by libraries (SQLite) that ask for wider modes.
   ::umask(077);
   const std::vector<std::string> arguments(argv + 1, argv + argc);
-  return vantrel::cli::runCommandLine(arguments, vantrel::PosixFileSystem::shared());
+  return vantrel::cli::runCommandLine(arguments, vantrel::PosixFileSystem::shared(), std::cout, std::cerr);
 }

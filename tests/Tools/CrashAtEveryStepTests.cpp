@@ -25,17 +25,13 @@ namespace fs = std::filesystem;
 using testing::FaultInjectingFileSystem;
 
 /// Runs a command line in this process, as the program would; answers its exit status and what it
-/// printed on standard output.
+/// printed.
 std::pair<int, std::string> runHere(const std::vector<std::string>& arguments, FileSystem& fileSystem) {
   std::ostringstream out;
   std::ostringstream err;
-  auto* savedOut = std::cout.rdbuf(out.rdbuf());
-  auto* savedErr = std::cerr.rdbuf(err.rdbuf());
   const testing::ScopedLogCapture quiet;
-  const int status = cli::runCommandLine(arguments, fileSystem);
-  std::cout.rdbuf(savedOut);
-  std::cerr.rdbuf(savedErr);
-  return {status, out.str()};
+  const int status = cli::runCommandLine(arguments, fileSystem, out, err);
+  return {status, out.str() + err.str()};
 }
 
 /// The tasks a profile's snapshot holds, by record name.
@@ -64,8 +60,10 @@ class CrashAtEveryStepTest : public ::testing::Test {
 protected:
   void SetUp() override {
     files_.skipSyncs();
+    fs::create_directories(world());
     run(laptop(), {"area", "add", "Home"});
-    laptopFirst_ = run(laptop(), {"task", "add", "--area", "home", "Laptop one"});
+    laptopFirst_ = "t-laptop1";
+    run(laptop(), {"task", "add", "--area", "home", "Laptop one", "--name", laptopFirst_});
     run(laptop(), {"task", "add", "--area", "home", "Laptop two"});
     run(phone(), {"sync"});
     run(phone(), {"--offline", "task", "add", "--area", "home", "Phone offline"});
@@ -89,14 +87,10 @@ protected:
     arguments.insert(arguments.end(), command.begin(), command.end());
     return arguments;
   }
-  /// A clean run that must succeed; answers the record name it printed, if any.
-  std::string run(const fs::path& profile, std::vector<std::string> command) {
-    auto [status, output] = runHere(on(profile, std::move(command)), files_);
+  /// A clean run that must succeed.
+  void run(const fs::path& profile, std::vector<std::string> command) {
+    const auto [status, output] = runHere(on(profile, std::move(command)), files_);
     EXPECT_EQ(status, 0) << output;
-    while (!output.empty() && output.back() == '\n') {
-      output.pop_back();
-    }
-    return output;
   }
 
   /// Runs `command` on `profile`, on a fresh copy of the world, with its `change`th change of the disk
@@ -129,7 +123,7 @@ protected:
       FaultInjectingFileSystem fileSystem;
       fileSystem.skipSyncs();
       fileSystem.stopProcessAtChange(change);
-      ::_exit(cli::runCommandLine(arguments, fileSystem));
+      ::_exit(cli::runCommandLine(arguments, fileSystem, std::cout, std::cerr));
     }
     int status = 0;
     ::waitpid(child, &status, 0);

@@ -1,4 +1,5 @@
 #include "tests/Support/CommandLineRun.hpp"
+#include "tests/Support/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <string>
@@ -11,34 +12,40 @@ testing::CommandLineRun vantrel(const std::string& arguments) {
 }
 
 TEST(OpenCommand, ShowsTheScreenALinkOpens) {
+  testing::TemporaryFolder folder;
+  const std::string profile =
+      "--now 2026-03-07T08:00 --tz Europe/Berlin --offline --profile " + folder.path().string() + " ";
+  ASSERT_EQ(vantrel(profile + "gap add today 9:00 --name g-one").exitCode, 0);
   // Links are quoted as a person would in a shell, since '?', '&' and '#' mean something there.
   const struct {
     std::string arguments;
     std::string output;
   } runs[] = {
       {"open vantrel://today", "Today\n"},
-      {"open 'vantrel://today?gap=G1'", "Today, focused on gap G1\n"},
-      {"open 'vantrel:today?from=widget&gap=g-a%20b#top'", "Today, focused on gap g-a b\n"},
+      {"open 'vantrel://today?gap=g-one'", "Today, focused on gap g-one\n"},
+      {"open 'vantrel://today?from=widget&gap=g-%6Fne#top'", "Today, focused on gap g-one\n"},
       {"open 'vantrel://today?gap='", "Today\n"},
-      {"--json open 'vantrel://today?gap=G1'",
-       R"({"route":{"today":{}},"todayRequestToken":1,"pendingFocusGapID":"G1"})"
+      {"--json open 'vantrel://today?gap=g-one'",
+       R"({"route":{"today":{}},"todayRequestToken":1,"pendingFocusGapID":"g-one"})"
        "\n"},
       {"--json open vantrel://today",
        R"({"route":{"today":{}},"todayRequestToken":1,"pendingFocusGapID":null})"
        "\n"},
-      {"--json open 'vantrel://today?gap=%22G%5C1%22'",
-       R"({"route":{"today":{}},"todayRequestToken":1,"pendingFocusGapID":"\"G\\1\""})"
-       "\n"},
   };
   for (const auto& [arguments, output] : runs) {
-    const auto run = vantrel(arguments);
+    const auto run = vantrel(profile + arguments);
     EXPECT_EQ(run.exitCode, 0) << arguments << ": " << run.output;
     EXPECT_EQ(run.output, output) << arguments;
   }
+  const auto tomorrow = vantrel("--now 2026-03-08T08:00 --tz Europe/Berlin --profile " +
+                                folder.path().string() + " open 'vantrel://today?gap=g-one'");
+  EXPECT_EQ(tomorrow.exitCode, 1);
+  EXPECT_EQ(tomorrow.output, "vantrel: no gap 'g-one' today; see vantrel gap list\n");
 }
 
 TEST(OpenCommand, RefusesALinkItDoesNotUnderstand) {
-  for (const std::string url : {"vantrel://week", "other://today", "Vantrel://today", "today"}) {
+  for (const std::string url :
+       {"vantrel://week", "other://today", "Vantrel://today", "today", "vantrel:today"}) {
     for (const std::string form : {"", "--json "}) {
       const auto run = vantrel(form + "open '" + url + "'");
       EXPECT_EQ(run.exitCode, 1) << form << url;
