@@ -2,55 +2,12 @@
 
 #include "VantrelCore/Planning/CalendarGapEngine.hpp"
 
-#include <algorithm>
-#include <charconv>
-#include <string_view>
 #include <vector>
 
 namespace vantrel {
-namespace {
-
-/// A whole decimal integer with an optional sign, nothing else around it.
-std::optional<int> decimal(std::string_view text) {
-  if (!text.empty() && text.front() == '+') {
-    text.remove_prefix(1);
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-      return std::nullopt;
-    }
-  }
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-std::vector<std::string_view> nonEmptyPieces(std::string_view text, char separator) {
-  std::vector<std::string_view> pieces;
-  while (!text.empty()) {
-    const auto at = text.find(separator);
-    if (const auto piece = text.substr(0, at); !piece.empty()) {
-      pieces.push_back(piece);
-    }
-    text = at == std::string_view::npos ? std::string_view() : text.substr(at + 1);
-  }
-  return pieces;
-}
-
-} // namespace
-
 std::optional<std::pair<int, int>> GapEndDerivation::startClock(const GapRecord& gap) {
-  const auto pieces = nonEmptyPieces(gap.time, ':');
-  if (pieces.size() != 2) {
-    return std::nullopt;
-  }
-  const auto hour = decimal(pieces[0]);
-  const auto minute = decimal(pieces[1]);
-  if (!hour || !minute || *hour < 0 || *hour > 23 || *minute < 0 || *minute > 59) {
-    return std::nullopt;
-  }
-  return std::pair(*hour, *minute);
+  const auto minutes = gap.startMinutes();
+  return minutes ? std::optional(std::pair(*minutes / 60, *minutes % 60)) : std::nullopt;
 }
 
 std::optional<Date> GapEndDerivation::startDate(const GapRecord& gap, const CalendarDate& day) {

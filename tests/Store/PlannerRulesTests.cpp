@@ -249,15 +249,29 @@ TEST_F(PlannerRulesTest, GapsCarryTheTasksPlannedIntoThem) {
   const auto area = areas_.add("Home", "", "");
   const auto first = tasks_.addToArea(area, "first");
   const auto second = tasks_.addToArea(area, "second");
+  const auto written = tasks_.addToArea(area, "written elsewhere");
   const CalendarDate day{2026, 3, 7};
-  const auto morning = gaps_.add(day, "09:00", "Morning", true);
+  const auto morning = gaps_.add(day, "9:00", "Morning", true);
   const auto evening = gaps_.add(day, "18:00", std::nullopt, false);
   EXPECT_EQ(cache_.days().size(), 1u) << "the day record is made once";
-  tasks_.setSchedule(first, day, "09:00");
+  EXPECT_EQ(cache_.gaps().at(morning).time, "09:00");
+  tasks_.setSchedule(first, day, "9:00");
+  EXPECT_EQ(cache_.myTaskSchedules().at(first).gapTime, "09:00");
   tasks_.setSchedule(second, day, "18:00");
+  // Another writer may leave the hour unpadded: still the same time as the gap's.
+  cache_.upsert(UserTaskScheduleRecord{.recordName = RecordNames::userTaskSchedule("_robin", written),
+                                       .userRef = "_robin",
+                                       .taskRef = written,
+                                       .date = day.noonUTC(),
+                                       .gapTime = "9:00"});
 
+  writer_.take();
+  gaps_.update(morning, "9:00", std::nullopt, std::nullopt);
+  EXPECT_EQ(writer_.take(), std::vector<std::string>{"save Gap/" + morning})
+      << "the same time of day moves no task";
   gaps_.update(morning, "10:00", std::nullopt, std::nullopt);
   EXPECT_EQ(cache_.myTaskSchedules().at(first).gapTime, "10:00");
+  EXPECT_EQ(cache_.myTaskSchedules().at(written).gapTime, "10:00");
   EXPECT_EQ(cache_.gaps().at(morning).label, "Morning");
 
   gaps_.remove(morning, GapTasksOnDelete::keepOnDay);
