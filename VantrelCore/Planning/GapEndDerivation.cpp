@@ -2,6 +2,7 @@
 
 #include "VantrelCore/Planning/CalendarGapEngine.hpp"
 
+#include <limits>
 #include <vector>
 
 namespace vantrel {
@@ -27,8 +28,9 @@ std::optional<CalendarEvent> GapEndDerivation::containingEvent(const GapRecord& 
 
 namespace {
 
-/// The end of the gap starting at `start` against the other gaps' starts, or the open-ended gap's rule:
-/// the day's start when it starts before it, else the next midnight.
+/// The end of the gap starting at `start` against the other gaps' starts. One that nothing ends is current
+/// until the day's start when it starts before it, else until the next midnight, but never past the start
+/// of a later gap: the gap that has begun last is the one the user is in.
 std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::span<const Date> otherStarts,
                                    std::span<const CalendarEvent> events,
                                    const CalendarGapPreferences& preferences) {
@@ -37,17 +39,23 @@ std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::spa
       derived && derived->end) {
     return derived->end;
   }
-  const auto midnight = day.localTime(0);
-  if (!midnight) {
+  // The day starts at its hour on the clock, as the planning window does: on the days the clocks change
+  // that is not the same number of hours after midnight.
+  const auto hour = preferences.dayStartHour();
+  const auto dayStart = hour < std::numeric_limits<int>::min() || hour > std::numeric_limits<int>::max()
+                            ? std::nullopt
+                            : day.localTime(int(hour));
+  const auto nextMidnight = day.adding(1).localTime(0);
+  if (!dayStart || !nextMidnight) {
     return std::nullopt;
   }
-  // Hours of elapsed time from midnight, as the day start is reckoned here, and a calendar day to the
-  // next midnight.
-  const Date dayStart = midnight->adding(double(preferences.dayStartHour()) * 3600);
-  if (start < dayStart) {
-    return dayStart;
+  Date until = start < *dayStart ? *dayStart : *nextMidnight;
+  for (const Date other : otherStarts) {
+    if (start < other && other < until) {
+      until = other;
+    }
   }
-  return day.adding(1).localTime(0);
+  return until;
 }
 
 /// The starts of the gaps other than `gap` (by record name) among `starts`, which follow `allGaps`.

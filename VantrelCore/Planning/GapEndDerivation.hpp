@@ -33,7 +33,8 @@ public:
                                         std::span<const CalendarEvent> events,
                                         const CalendarGapPreferences& preferences);
   /// Until when the gap counts as the current one: its derived end; for a gap without one, the day's
-  /// start when it starts before it, else the next midnight.
+  /// start (its hour on the clock) when it starts before it, else the next midnight, or the start of a
+  /// later gap of the day when that comes first.
   static std::optional<Date> currentUntil(const GapRecord& gap, const CalendarDate& day,
                                           std::span<const GapRecord> allGaps,
                                           std::span<const CalendarEvent> events,

@@ -13,6 +13,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <rapidjson/prettywriter.h>
+#include <tuple>
 
 namespace vantrel {
 namespace {
@@ -166,6 +167,36 @@ TEST_F(GapWidgetModelTest, GapsFollowTheClockWhateverTheirTimesLookLike) {
   EXPECT_EQ(running.state, GapWidgetModel::State::currentGap);
   EXPECT_EQ(running.gapRecordName, "g-early");
   EXPECT_EQ(GapWidgetModel::load(at(13, 30), environment()).gapRecordName, "g-noon");
+}
+
+// On the days the clocks change, gaps begin at their times on that day's clock and the day starts at its
+// hour; an open-ended gap before the day start gives way to it, and never hides the gaps after it.
+TEST_F(GapWidgetModelTest, OnClockChangeDaysEachGapShowsFromItsTimeOnTheClock) {
+  const struct {
+    const char* zone;
+    CalendarDate day;
+  } days[] = {{"America/New_York", {2026, 3, 8}},
+              {"America/New_York", {2026, 11, 1}},
+              {"Europe/Berlin", {2026, 3, 29}},
+              {"Europe/Berlin", {2026, 10, 25}}};
+  using State = GapWidgetModel::State;
+  for (const auto& [zone, day] : days) {
+    testing::ScopedDeviceSettings zoneSettings(zone);
+    CloudKitCacheSnapshot snapshot;
+    snapshot.gaps["g-early"] = {.recordName = "g-early", .dayRef = day.description(), .time = "07:30"};
+    snapshot.gaps["g-nine"] = {.recordName = "g-nine", .dayRef = day.description(), .time = "09:00"};
+    writeShared("cache-snapshot.json", snapshot.encodeJSON());
+    const auto clock = [&](int hour, int minute = 0) { return *day.localTime(hour, minute); };
+    const std::vector<std::tuple<Date, State, std::optional<std::string>>> expected{
+        {clock(7), State::nextGap, "g-early"},    {clock(7, 30), State::currentGap, "g-early"},
+        {clock(8), State::nextGap, "g-nine"},     {clock(9), State::currentGap, "g-nine"},
+        {clock(20), State::noGaps, std::nullopt}, {*day.adding(1).localTime(0), State::noGaps, std::nullopt}};
+    std::vector<std::tuple<Date, State, std::optional<std::string>>> shown;
+    for (const auto& model : GapWidgetModel::timeline(clock(7), environment())) {
+      shown.emplace_back(model.asOf, model.state, model.gapRecordName);
+    }
+    EXPECT_EQ(shown, expected) << zone << " " << day;
+  }
 }
 
 TEST_F(GapWidgetModelTest, QueuedTogglesShowAtOnceAndTheLastForATaskWins) {
