@@ -18,7 +18,7 @@ TEST(OpenCommand, ShowsTheScreenALinkOpens) {
   } runs[] = {
       {"open vantrel://today", "Today\n"},
       {"open 'vantrel://today?gap=G1'", "Today, focused on gap G1\n"},
-      {"open 'vantrel:today?from=widget&gap=g-a%20b#top'", "Today, focused on gap g-a b\n"},
+      {"open 'vantrel://today?from=widget&gap=g-a%20b#top'", "Today, focused on gap g-a b\n"},
       {"open 'vantrel://today?gap='", "Today\n"},
       {"--json open 'vantrel://today?gap=G1'",
        R"({"route":{"today":{}},"todayRequestToken":1,"pendingFocusGapID":"G1"})"
@@ -38,7 +38,8 @@ TEST(OpenCommand, ShowsTheScreenALinkOpens) {
 }
 
 TEST(OpenCommand, RefusesALinkItDoesNotUnderstand) {
-  for (const std::string url : {"vantrel://week", "other://today", "Vantrel://today", "today"}) {
+  for (const std::string url :
+       {"vantrel://week", "other://today", "Vantrel://today", "vantrel:today", "today"}) {
     for (const std::string form : {"", "--json "}) {
       const auto run = vantrel(form + "open '" + url + "'");
       EXPECT_EQ(run.exitCode, 1) << form << url;
