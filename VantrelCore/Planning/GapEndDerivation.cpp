@@ -2,55 +2,13 @@
 
 #include "VantrelCore/Planning/CalendarGapEngine.hpp"
 
-#include <algorithm>
-#include <charconv>
-#include <string_view>
+#include <limits>
 #include <vector>
 
 namespace vantrel {
-namespace {
-
-/// A whole decimal integer with an optional sign, nothing else around it.
-std::optional<int> decimal(std::string_view text) {
-  if (!text.empty() && text.front() == '+') {
-    text.remove_prefix(1);
-    if (!text.empty() && (text.front() == '-' || text.front() == '+')) {
-      return std::nullopt;
-    }
-  }
-  int value = 0;
-  const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
-  if (text.empty() || error != std::errc() || end != text.data() + text.size()) {
-    return std::nullopt;
-  }
-  return value;
-}
-
-std::vector<std::string_view> nonEmptyPieces(std::string_view text, char separator) {
-  std::vector<std::string_view> pieces;
-  while (!text.empty()) {
-    const auto at = text.find(separator);
-    if (const auto piece = text.substr(0, at); !piece.empty()) {
-      pieces.push_back(piece);
-    }
-    text = at == std::string_view::npos ? std::string_view() : text.substr(at + 1);
-  }
-  return pieces;
-}
-
-} // namespace
-
 std::optional<std::pair<int, int>> GapEndDerivation::startClock(const GapRecord& gap) {
-  const auto pieces = nonEmptyPieces(gap.time, ':');
-  if (pieces.size() != 2) {
-    return std::nullopt;
-  }
-  const auto hour = decimal(pieces[0]);
-  const auto minute = decimal(pieces[1]);
-  if (!hour || !minute || *hour < 0 || *hour > 23 || *minute < 0 || *minute > 59) {
-    return std::nullopt;
-  }
-  return std::pair(*hour, *minute);
+  const auto minutes = gap.startMinutes();
+  return minutes ? std::optional(std::pair(*minutes / 60, *minutes % 60)) : std::nullopt;
 }
 
 std::optional<Date> GapEndDerivation::startDate(const GapRecord& gap, const CalendarDate& day) {
@@ -70,8 +28,9 @@ std::optional<CalendarEvent> GapEndDerivation::containingEvent(const GapRecord& 
 
 namespace {
 
-/// The end of the gap starting at `start` against the other gaps' starts, or the open-ended gap's rule:
-/// the day's start when it starts before it, else the next midnight.
+/// The end of the gap starting at `start` against the other gaps' starts. One that nothing ends is current
+/// until the day's start when it starts before it, else until the next midnight, but never past the start
+/// of a later gap: the gap that has begun last is the one the user is in.
 std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::span<const Date> otherStarts,
                                    std::span<const CalendarEvent> events,
                                    const CalendarGapPreferences& preferences) {
@@ -80,17 +39,23 @@ std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::spa
       derived && derived->end) {
     return derived->end;
   }
-  const auto midnight = day.localTime(0);
-  if (!midnight) {
+  // The day starts at its hour on the clock, as the planning window does: on the days the clocks change
+  // that is not the same number of hours after midnight.
+  const auto hour = preferences.dayStartHour();
+  const auto dayStart = hour < std::numeric_limits<int>::min() || hour > std::numeric_limits<int>::max()
+                            ? std::nullopt
+                            : day.localTime(int(hour));
+  const auto nextMidnight = day.adding(1).localTime(0);
+  if (!dayStart || !nextMidnight) {
     return std::nullopt;
   }
-  // Hours of elapsed time from midnight, as the day start is reckoned here, and a calendar day to the
-  // next midnight.
-  const Date dayStart = midnight->adding(double(preferences.dayStartHour()) * 3600);
-  if (start < dayStart) {
-    return dayStart;
+  Date until = start < *dayStart ? *dayStart : *nextMidnight;
+  for (const Date other : otherStarts) {
+    if (start < other && other < until) {
+      until = other;
+    }
   }
-  return day.adding(1).localTime(0);
+  return until;
 }
 
 /// The starts of the gaps other than `gap` (by record name) among `starts`, which follow `allGaps`.

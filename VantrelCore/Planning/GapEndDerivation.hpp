@@ -19,8 +19,8 @@ class GapEndDerivation {
 public:
   GapEndDerivation() = delete;
 
-  /// The gap's "HH:mm" on the day in the device zone. "9:05" reads as 09:05; "24:00", "12:60", "12",
-  /// "12:00:00" and "ab:cd" read as no start. Empty pieces are dropped before counting, as in "12::30".
+  /// The gap's time on the day in the device zone, read as GapRecord::minutesOfDay() reads it: "9:05" is
+  /// 09:05, and "24:00" or "ab:cd" no start.
   static std::optional<Date> startDate(const GapRecord& gap, const CalendarDate& day);
   /// The hour and minute startDate() reads from the gap's time.
   static std::optional<std::pair<int, int>> startClock(const GapRecord& gap);
@@ -33,7 +33,8 @@ public:
                                         std::span<const CalendarEvent> events,
                                         const CalendarGapPreferences& preferences);
   /// Until when the gap counts as the current one: its derived end; for a gap without one, the day's
-  /// start when it starts before it, else the next midnight.
+  /// start (its hour on the clock) when it starts before it, else the next midnight, or the start of a
+  /// later gap of the day when that comes first.
   static std::optional<Date> currentUntil(const GapRecord& gap, const CalendarDate& day,
                                           std::span<const GapRecord> allGaps,
                                           std::span<const CalendarEvent> events,

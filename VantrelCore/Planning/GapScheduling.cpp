@@ -21,9 +21,7 @@ std::vector<GapRecord> GapScheduling::gaps(std::string_view dayText, const Recor
 }
 
 std::vector<GapRecord> GapScheduling::ordered(std::vector<GapRecord> gaps) {
-  std::ranges::sort(gaps, [](const GapRecord& left, const GapRecord& right) {
-    return std::tie(left.time, left.sortIndex) < std::tie(right.time, right.sortIndex);
-  });
+  std::ranges::sort(gaps, GapRecord::dayOrder);
   return gaps;
 }
 
@@ -71,7 +69,8 @@ std::vector<TaskRecord> GapScheduling::tasksInGap(const GapRecord& gap, std::spa
   std::vector<TaskRecord> inGap;
   for (const auto& task : tasks) {
     const auto schedule = scheduleByTask.find(task.recordName);
-    if (schedule == scheduleByTask.end() || schedule->second.gapTime != gap.time) {
+    if (schedule == scheduleByTask.end() || !schedule->second.gapTime ||
+        !GapRecord::sameTime(*schedule->second.gapTime, gap.time)) {
       continue;
     }
     if (const auto& date = schedule->second.date; date && (!gapDay || days.dayOf(*date) != localGapDay)) {

@@ -30,7 +30,7 @@ public:
 
   /// The gaps whose `dayRef` is exactly `dayText`, in display order.
   static std::vector<GapRecord> gaps(std::string_view dayText, const Records<GapRecord>& gaps);
-  /// By `time` text ("HH:mm" sorts as the clock does), then by sort index.
+  /// By time of day ("9:05" before "13:00", and the same time as "09:05"), then by sort index.
   static std::vector<GapRecord> ordered(std::vector<GapRecord> gaps);
   /// The schedules of `currentUserRef` by the task they plan; other users' never reach this user's plan.
   static ScheduleByTask scheduleByTask(const Records<UserTaskScheduleRecord>& schedules,
@@ -38,8 +38,8 @@ public:
   /// The top-level tasks whose schedule's date falls on the day, in the device zone; in no set order.
   static std::vector<TaskRecord> scheduledTasks(const CalendarDate& day, const Records<TaskRecord>& tasks,
                                                 const ScheduleByTask& scheduleByTask);
-  /// The tasks among `tasks` planned into the gap: their schedule's gap time is the gap's `time`, and its
-  /// date, when it has one, falls on the gap's day in the device zone.
+  /// The tasks among `tasks` planned into the gap: their schedule's gap time is the gap's time of day, and
+  /// its date, when it has one, falls on the gap's day in the device zone.
   static std::vector<TaskRecord> tasksInGap(const GapRecord& gap, std::span<const TaskRecord> tasks,
                                             const ScheduleByTask& scheduleByTask);
   /// The order of the plan views: by the sort index of the area a task belongs to (its home, or the area

@@ -42,7 +42,7 @@ void CloudKitStore::setAreaHidden(std::string_view area, bool isHidden) {
 
 void CloudKitStore::deleteArea(std::string_view area) {
   const WriteScope write(*this);
-  AreaRules(rules_).remove(area);
+  AreaRules(rules_).remove(area, sharedRecords_.projects);
 }
 
 void CloudKitStore::reorderAreaProjects(std::string_view area, std::span<const AreaItemKey> newOrder) {

@@ -224,8 +224,8 @@ public:
   void setAreaName(std::string_view area, std::string_view name);
   void setAreaColor(std::string_view area, std::string color);
   void setAreaHidden(std::string_view area, bool isHidden);
-  /// Refused with areaNotEmpty while a project is filed in the area (archived ones too: they would be
-  /// left nowhere) or a task lives in it; otherwise deletes the area with this user's headers in it.
+  /// Refused with areaNotEmpty while the area shows a project that is not archived (its own or one shared
+  /// with the user) or holds a task of its own; otherwise deletes the area with this user's headers in it.
   void deleteArea(std::string_view area);
 
   /// A new active project, filed for this user after the last item of the area.

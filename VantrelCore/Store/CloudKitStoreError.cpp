@@ -12,6 +12,10 @@ CloudKitStoreError CloudKitStoreError::recordNotFound(std::string_view recordTyp
           "CloudKit record not found: " + std::string(recordType) + "/" + std::string(recordName)};
 }
 
+CloudKitStoreError CloudKitStoreError::areaNotInCache(std::string_view recordName) {
+  return {Kind::recordNotFound, "No such area in the cache: " + std::string(recordName)};
+}
+
 CloudKitStoreError CloudKitStoreError::areaNotEmpty(std::string_view recordName, std::int64_t projects,
                                                     std::int64_t areaTasks) {
   return {Kind::areaNotEmpty, "area " + std::string(recordName) +

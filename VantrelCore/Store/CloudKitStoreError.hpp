@@ -26,6 +26,8 @@ public:
 
   static CloudKitStoreError zoneSetupFailed(std::string_view underlyingError);
   static CloudKitStoreError recordNotFound(std::string_view recordType, std::string_view recordName);
+  /// An area that is not in the cache: "No such area in the cache: " and the name asked for.
+  static CloudKitStoreError areaNotInCache(std::string_view recordName);
   static CloudKitStoreError areaNotEmpty(std::string_view recordName, std::int64_t projects,
                                          std::int64_t areaTasks);
   static CloudKitStoreError projectNotShareable(std::string_view recordName, ShareIneligibleReason reason);

@@ -52,19 +52,17 @@ std::optional<LinkParts> partsOf(std::string_view url) {
     parts.query = rest.substr(question + 1);
     rest = rest.substr(0, question);
   }
-  // With an authority ("//host") the host is its name without user and port; without one, as in
-  // "vantrel:today", the host is read from the path, so that the short form opens Today too.
-  if (rest.starts_with("//")) {
-    rest = rest.substr(2);
-    rest = rest.substr(0, rest.find('/'));
-    if (const auto at = rest.rfind('@'); at != std::string_view::npos) {
-      rest = rest.substr(at + 1);
-    }
-    rest = rest.substr(0, rest.find(':'));
-  } else {
-    rest = rest.substr(0, rest.find('/'));
+  // Only an authority ("//host") names a host: its name without user and port. "vantrel:today" has none;
+  // "today" there is a path.
+  if (!rest.starts_with("//")) {
+    return parts;
   }
-  parts.host = rest;
+  rest = rest.substr(2);
+  rest = rest.substr(0, rest.find('/'));
+  if (const auto at = rest.rfind('@'); at != std::string_view::npos) {
+    rest = rest.substr(at + 1);
+  }
+  parts.host = rest.substr(0, rest.find(':'));
   return parts;
 }
 

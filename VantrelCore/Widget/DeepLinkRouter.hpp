@@ -18,11 +18,11 @@ public:
   /// The gap Today should scroll to and focus.
   const std::optional<std::string>& pendingFocusGapID() const { return pendingFocusGapID_; }
 
-  /// Accepts "vantrel://today" (or "vantrel:today"), optionally with a "gap" query item naming a gap
-  /// (percent-encoded), and answers whether it did. An accepted link moves the token and, when its first
-  /// "gap" item has a value, makes that gap the pending one; anything else changes nothing. The scheme is
-  /// compared exactly: the planner registers it in lower case, and a link spelt otherwise was not made by
-  /// it.
+  /// Accepts "vantrel://today" (the host "today"; "vantrel:today" has no host and is refused), optionally
+  /// with a "gap" query item naming a gap (percent-encoded), and answers whether it did. An accepted link
+  /// moves the token and, when its first "gap" item has a value, makes that gap the pending one; anything
+  /// else changes nothing. The scheme is compared exactly: the planner registers it in lower case, and a link
+  /// spelt otherwise was not made by it.
   bool handle(std::string_view url);
   /// Today has focused the gap: clears it, publishing a change only when one was pending.
   void consumePendingFocus();

@@ -185,17 +185,27 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
   }
   scanner.finish();
 
-  std::set<std::string> gapTimes;
+  // Times as GapRecord::sameTime() matches them: by the time of day, or as text when they are none.
+  std::set<int> gapMinutes;
+  std::set<std::string> unreadableGapTimes;
   for (const auto& span : gapSpans) {
     auto gap = decodeSpan<GapRecord>("gaps", span);
-    gapTimes.insert(gap.time);
+    if (const auto minutes = gap.startMinutes()) {
+      gapMinutes.insert(*minutes);
+    } else {
+      unreadableGapTimes.insert(gap.time);
+    }
     data.gaps.push_back(std::move(gap));
   }
+  const auto namesAGap = [&](const std::string& gapTime) {
+    const auto minutes = GapRecord::minutesOfDay(gapTime);
+    return minutes ? gapMinutes.contains(*minutes) : unreadableGapTimes.contains(gapTime);
+  };
   // The day plan's rule: the user's schedules whose date falls on the day, here those that name the time
   // of one of its gaps.
   for (const auto& span : scheduleSpans) {
     const auto gapTime = stringField(fieldOf(span, gapTimeKey));
-    if (gapTime && gapTimes.contains(*gapTime) && isString(fieldOf(span, userRefKey), data.currentUserRef)) {
+    if (gapTime && namesAGap(*gapTime) && isString(fieldOf(span, userRefKey), data.currentUserRef)) {
       auto schedule = decodeSpan<UserTaskScheduleRecord>("userTaskSchedules", span);
       data.schedules.insert_or_assign(schedule.taskRef, std::move(schedule));
     }

@@ -66,7 +66,7 @@ std::optional<WidgetDay> readDay(Date now, const GapWidgetEnvironment& environme
   for (std::size_t index = 0; index < ordered.size(); ++index) {
     const auto& gap = ordered[index];
     if (const auto start = GapEndDerivation::startDate(gap, day)) {
-      auto clockLabel = TimeFormat::clockFromHHmm(gap.time);
+      auto clockLabel = TimeFormat::clockFromHHmm(GapRecord::normalizedTime(gap.time));
       auto label = gap.label && !gap.label->empty() ? *gap.label : clockLabel;
       result.gaps.push_back({gap, *start, ends[index], std::move(clockLabel), std::move(label)});
     }

@@ -45,12 +45,13 @@ TEST_F(GapReminderTest, RemindersCoverTheGapsThatAskForOneInTheComingWeek) {
        .reminder = true},
       {.recordName = "g-silent", .dayRef = "2026-03-07", .time = "16:00", .reminder = false},
       {.recordName = "g-bad", .dayRef = "2026-03-08", .time = "noon", .reminder = true},
+      {.recordName = "g-sunday-noon", .dayRef = "2026-03-08", .time = "13:00", .reminder = true},
       {.recordName = "g-sunday", .dayRef = "2026-03-08", .time = "8:05", .reminder = true},
       {.recordName = "g-last", .dayRef = "2026-03-13", .time = "07:00", .reminder = true},
       {.recordName = "g-too-far", .dayRef = "2026-03-14", .time = "07:00", .reminder = true},
   });
   const auto reminders = GapReminderBuilder::build(gaps, *saturday.localTime(10));
-  ASSERT_EQ(reminders.size(), 3u);
+  ASSERT_EQ(reminders.size(), 4u);
   EXPECT_EQ(reminders[0], (ScheduledGapReminder{.identifier = "vt.gap.g-later.2026-03-07",
                                                 .title = "Gap starting: Deep work",
                                                 .body = "Starts at 2:30 PM",
@@ -62,7 +63,9 @@ TEST_F(GapReminderTest, RemindersCoverTheGapsThatAskForOneInTheComingWeek) {
   EXPECT_EQ(reminders[1].identifier, "vt.gap.g-sunday.2026-03-08");
   EXPECT_EQ(reminders[1].title, "Gap starting");
   EXPECT_EQ(std::pair(reminders[1].hour, reminders[1].minute), std::pair(8, 5));
-  EXPECT_EQ(reminders[2].identifier, "vt.gap.g-last.2026-03-13");
+  EXPECT_EQ(reminders[2].identifier, "vt.gap.g-sunday-noon.2026-03-08")
+      << "a day's reminders go by the clock";
+  EXPECT_EQ(reminders[3].identifier, "vt.gap.g-last.2026-03-13");
 }
 
 TEST_F(GapReminderTest, ReschedulingReplacesOnlyGapReminders) {

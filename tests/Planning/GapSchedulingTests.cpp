@@ -37,15 +37,22 @@ protected:
   testing::ScopedDeviceSettings settings_{"Pacific/Kiritimati"};
 };
 
-TEST_F(GapSchedulingTest, GapsOfADayByTimeThenSortIndex) {
+// By the clock, not by the text: "9:05" is before "13:00" and the same time as "09:05".
+TEST_F(GapSchedulingTest, GapsOfADayByTimeOfDayThenSortIndex) {
   const auto gaps = mapOf<GapRecord>({
       {.recordName = "g-late", .dayRef = "2026-03-07", .time = "09:00", .sortIndex = 2000},
       {.recordName = "g-early", .dayRef = "2026-03-07", .time = "09:00", .sortIndex = 1000},
       {.recordName = "g-first", .dayRef = "2026-03-07", .time = "08:30", .sortIndex = 3000},
+      {.recordName = "g-noon", .dayRef = "2026-03-07", .time = "13:00", .sortIndex = 0},
+      {.recordName = "g-short", .dayRef = "2026-03-07", .time = "9:05", .sortIndex = 2000},
+      {.recordName = "g-padded", .dayRef = "2026-03-07", .time = "09:05", .sortIndex = 1000},
+      {.recordName = "g-unreadable", .dayRef = "2026-03-07", .time = "1 pm", .sortIndex = 0},
+      {.recordName = "g-also-unreadable", .dayRef = "2026-03-07", .time = "07 h", .sortIndex = 0},
       {.recordName = "g-other-day", .dayRef = "2026-03-08", .time = "07:00"},
   });
   EXPECT_EQ(names(GapScheduling::gaps("2026-03-07", gaps)),
-            (std::vector<std::string>{"g-first", "g-early", "g-late"}));
+            (std::vector<std::string>{"g-first", "g-early", "g-late", "g-padded", "g-short", "g-noon",
+                                      "g-also-unreadable", "g-unreadable"}));
   EXPECT_TRUE(GapScheduling::gaps("2026-3-7", gaps).empty()) << "the stored text is compared as it is";
 }
 
@@ -77,19 +84,18 @@ TEST_F(GapSchedulingTest, ADayHoldsTheUsersTopLevelTasksPlannedOnIt) {
 
 TEST_F(GapSchedulingTest, AGapHoldsTheTasksPlannedAtItsTimeOnItsDay) {
   const GapRecord morning{.recordName = "g-1", .dayRef = "2026-03-07", .time = "09:00"};
-  const std::vector<TaskRecord> tasks{{.recordName = "t-in"},
-                                      {.recordName = "t-other-time"},
-                                      {.recordName = "t-other-day"},
-                                      {.recordName = "t-unplanned"},
-                                      {.recordName = "t-no-day"}};
+  const std::vector<TaskRecord> tasks{{.recordName = "t-in"},         {.recordName = "t-in-short-time"},
+                                      {.recordName = "t-other-time"}, {.recordName = "t-other-day"},
+                                      {.recordName = "t-unplanned"},  {.recordName = "t-no-day"}};
   const GapScheduling::ScheduleByTask byTask{
       {"t-in", {.taskRef = "t-in", .date = saturday.noonUTC(), .gapTime = "09:00"}},
+      {"t-in-short-time", {.taskRef = "t-in-short-time", .date = saturday.noonUTC(), .gapTime = "9:00"}},
       {"t-other-time", {.taskRef = "t-other-time", .date = saturday.noonUTC(), .gapTime = "13:00"}},
       {"t-other-day", {.taskRef = "t-other-day", .date = saturday.adding(1).noonUTC(), .gapTime = "09:00"}},
       {"t-no-day", {.taskRef = "t-no-day", .gapTime = "09:00"}},
   };
   EXPECT_EQ(names(GapScheduling::tasksInGap(morning, tasks, byTask)),
-            (std::vector<std::string>{"t-in", "t-no-day"}));
+            (std::vector<std::string>{"t-in", "t-in-short-time", "t-no-day"}));
 }
 
 TEST_F(GapSchedulingTest, PlannedTasksFollowAreasThenTheUsersProjectOrder) {

@@ -85,6 +85,19 @@ TEST_F(PlannerRulesTest, ARefusedRuleWritesNothing) {
   const auto project = projects_.add("Garden", area);
   const auto task = tasks_.addToArea(area, "Buy milk", {.recordName = "t-milk"});
   const auto header = headers_.addToProject(project, "Later");
+  // The area shows the garden and one project shared with the user; what is archived or gone it does not.
+  projects_.setStatus(projects_.add("Old garden", area), "archived");
+  RecordMap<ProjectRecord> shared;
+  for (const auto& [name, status] : {std::pair{"p-shared", "active"}, std::pair{"p-shared-old", "archived"},
+                                     std::pair{"p-share-ended", ""}}) {
+    if (*status) {
+      shared[name] = {.recordName = name, .name = name, .status = status};
+    }
+    cache_.upsert(UserProjectPlacementRecord{.recordName = RecordNames::userProjectPlacement("_robin", name),
+                                             .userRef = "_robin",
+                                             .projectRef = name,
+                                             .areaRef = area});
+  }
   inbox_.add("Call Ann", std::nullopt, clock_.now(), "i-ann");
   gaps_.add(CalendarDate{2026, 3, 7}, "09:00", std::nullopt, false, "g-morning");
   const ProjectItemKey foreign[] = {ProjectItemKey::task(task)};
@@ -100,10 +113,13 @@ TEST_F(PlannerRulesTest, ARefusedRuleWritesNothing) {
     std::string error;
   } cases[] = {
       {"missing task", [&] { tasks_.setDone("t-none", true); }, "CloudKit record not found: Task/t-none"},
-      {"missing area", [&] { tasks_.addToArea("nowhere", "x"); }, "CloudKit record not found: Area/nowhere"},
+      {"missing area", [&] { tasks_.addToArea("nowhere", "x"); }, "No such area in the cache: nowhere"},
+      {"missing area deleted", [&] { areas_.remove("nowhere", shared); },
+       "No such area in the cache: nowhere"},
       {"missing project", [&] { tasks_.addToProject("p-none", "x"); },
        "CloudKit record not found: Project/p-none"},
-      {"area not empty", [&] { areas_.remove(area); }, "area errands not empty (projects: 1, area tasks: 1)"},
+      {"area not empty", [&] { areas_.remove(area, shared); },
+       "area errands not empty (projects: 2, area tasks: 1)"},
       {"missing move target", [&] { tasks_.move(task, "p-gone"); },
        "CloudKit record not found: Project/p-gone"},
       {"foreign item in an order", [&] { projects_.reorderItems(project, foreign); },
@@ -159,6 +175,29 @@ TEST_F(PlannerRulesTest, ARefusedRuleWritesNothing) {
   EXPECT_EQ(tasks_.addToArea(area, "x", {.recordName = std::string(255, 't')}), std::string(255, 't'));
 }
 
+// An area that shows nothing goes, even with archived projects filed in it: they keep their placement and
+// their tasks, and stay in the archives.
+TEST_F(PlannerRulesTest, AnAreaThatShowsNothingIsDeletedAndItsArchivedProjectsKept) {
+  const auto area = areas_.add("Errands", "", "");
+  const auto archived = projects_.add("Old garden", area);
+  const auto dig = tasks_.addToProject(archived, "Dig");
+  projects_.setStatus(archived, "archived");
+  const RecordMap<ProjectRecord> shared{
+      {"p-shared-old", {.recordName = "p-shared-old", .status = std::string(ProjectRecord::archivedStatus)}}};
+  for (const std::string project : {"p-shared-old", "p-gone"}) {
+    cache_.upsert(
+        UserProjectPlacementRecord{.recordName = RecordNames::userProjectPlacement("_robin", project),
+                                   .userRef = "_robin",
+                                   .projectRef = project,
+                                   .areaRef = area});
+  }
+  areas_.remove(area, shared);
+  EXPECT_FALSE(cache_.areas().contains(area));
+  EXPECT_TRUE(cache_.projects().at(archived).isArchived());
+  EXPECT_EQ(cache_.myPlacement(archived)->areaRef, area);
+  EXPECT_TRUE(cache_.tasks().contains(dig));
+}
+
 // Each delete lists everything first and then writes children before what they hang on, so no moment
 // shows a record whose parent is gone.
 TEST_F(PlannerRulesTest, DeletesTakeEverythingOnlyTheyReachChildrenFirst) {
@@ -199,7 +238,7 @@ TEST_F(PlannerRulesTest, DeletesTakeEverythingOnlyTheyReachChildrenFirst) {
   EXPECT_EQ(
       std::vector(removed.begin() + 5, removed.end()),
       (std::vector<std::string>{"remove UserProjectPlacement/" + placement, "remove Project/" + project}));
-  areas_.remove(area);
+  areas_.remove(area, {});
   EXPECT_EQ(cache_.recordCount(), 0u) << "the area's headers go with it";
 }
 
@@ -249,15 +288,29 @@ TEST_F(PlannerRulesTest, GapsCarryTheTasksPlannedIntoThem) {
   const auto area = areas_.add("Home", "", "");
   const auto first = tasks_.addToArea(area, "first");
   const auto second = tasks_.addToArea(area, "second");
+  const auto written = tasks_.addToArea(area, "written elsewhere");
   const CalendarDate day{2026, 3, 7};
-  const auto morning = gaps_.add(day, "09:00", "Morning", true);
+  const auto morning = gaps_.add(day, "9:00", "Morning", true);
   const auto evening = gaps_.add(day, "18:00", std::nullopt, false);
   EXPECT_EQ(cache_.days().size(), 1u) << "the day record is made once";
-  tasks_.setSchedule(first, day, "09:00");
+  EXPECT_EQ(cache_.gaps().at(morning).time, "09:00");
+  tasks_.setSchedule(first, day, "9:00");
+  EXPECT_EQ(cache_.myTaskSchedules().at(first).gapTime, "09:00");
   tasks_.setSchedule(second, day, "18:00");
+  // Another writer may leave the hour unpadded: still the same time as the gap's.
+  cache_.upsert(UserTaskScheduleRecord{.recordName = RecordNames::userTaskSchedule("_robin", written),
+                                       .userRef = "_robin",
+                                       .taskRef = written,
+                                       .date = day.noonUTC(),
+                                       .gapTime = "9:00"});
 
+  writer_.take();
+  gaps_.update(morning, "9:00", std::nullopt, std::nullopt);
+  EXPECT_EQ(writer_.take(), std::vector<std::string>{"save Gap/" + morning})
+      << "the same time of day moves no task";
   gaps_.update(morning, "10:00", std::nullopt, std::nullopt);
   EXPECT_EQ(cache_.myTaskSchedules().at(first).gapTime, "10:00");
+  EXPECT_EQ(cache_.myTaskSchedules().at(written).gapTime, "10:00");
   EXPECT_EQ(cache_.gaps().at(morning).label, "Morning");
 
   gaps_.remove(morning, GapTasksOnDelete::keepOnDay);

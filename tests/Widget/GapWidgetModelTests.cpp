@@ -3,6 +3,7 @@
 #include "VantrelCore/Planning/CalendarGapPreferences.hpp"
 #include "VantrelCore/Platform/FixedClock.hpp"
 #include "VantrelCore/Platform/InMemoryPreferences.hpp"
+#include "VantrelCore/Store/CloudKitCacheSnapshot.hpp"
 #include "VantrelCore/Widget/GapTimelineProvider.hpp"
 #include "VantrelCore/Widget/GapWidgetModel.hpp"
 #include "VantrelCore/Widget/TaskEntityQuery.hpp"
@@ -12,6 +13,7 @@
 #include <fstream>
 #include <gtest/gtest.h>
 #include <rapidjson/prettywriter.h>
+#include <tuple>
 
 namespace vantrel {
 namespace {
@@ -138,6 +140,63 @@ TEST_F(GapWidgetModelTest, TheTimelineSwitchesAtGapsWindowEndAndMidnightOfTheDev
   ASSERT_EQ(models.size(), 3u);
   EXPECT_EQ(models[1].asOf, at(18));
   EXPECT_EQ(models[1].state, GapWidgetModel::State::noGaps);
+}
+
+// Gap times are times of day, not texts: in text order "13:00" would come before "9:05".
+TEST_F(GapWidgetModelTest, GapsFollowTheClockWhateverTheirTimesLookLike) {
+  CloudKitCacheSnapshot snapshot;
+  snapshot.currentUserRef = "u-me";
+  snapshot.areas["home"] = {.recordName = "home", .name = "Home"};
+  snapshot.gaps["g-early"] = {.recordName = "g-early", .dayRef = "2026-03-07", .time = "9:05"};
+  snapshot.gaps["g-noon"] = {.recordName = "g-noon", .dayRef = "2026-03-07", .time = "13:00"};
+  snapshot.tasks["t-dig"] = {.recordName = "t-dig", .homeRef = "home", .title = "Dig"};
+  snapshot.userTaskSchedules["ut-1"] = {.recordName = "ut-1",
+                                        .userRef = "u-me",
+                                        .taskRef = "t-dig",
+                                        .date = saturday.noonUTC(),
+                                        .gapTime = "09:05"};
+  writeShared("cache-snapshot.json", snapshot.encodeJSON());
+  const auto waiting = GapWidgetModel::load(at(8), environment());
+  EXPECT_EQ(waiting.state, GapWidgetModel::State::nextGap);
+  EXPECT_EQ(waiting.gapRecordName, "g-early");
+  EXPECT_EQ(waiting.gapClockLabel, "9:05 AM");
+  EXPECT_EQ(waiting.upcomingGaps, (std::vector<GapWidgetModel::Upcoming>{{"1:00 PM", "1:00 PM"}}));
+  ASSERT_EQ(waiting.tasks.size(), 1u) << "planned at 09:05, the gap's time";
+  EXPECT_EQ(waiting.tasks[0].id, "t-dig");
+  const auto running = GapWidgetModel::load(at(10), environment());
+  EXPECT_EQ(running.state, GapWidgetModel::State::currentGap);
+  EXPECT_EQ(running.gapRecordName, "g-early");
+  EXPECT_EQ(GapWidgetModel::load(at(13, 30), environment()).gapRecordName, "g-noon");
+}
+
+// On the days the clocks change, gaps begin at their times on that day's clock and the day starts at its
+// hour; an open-ended gap before the day start gives way to it, and never hides the gaps after it.
+TEST_F(GapWidgetModelTest, OnClockChangeDaysEachGapShowsFromItsTimeOnTheClock) {
+  const struct {
+    const char* zone;
+    CalendarDate day;
+  } days[] = {{"America/New_York", {2026, 3, 8}},
+              {"America/New_York", {2026, 11, 1}},
+              {"Europe/Berlin", {2026, 3, 29}},
+              {"Europe/Berlin", {2026, 10, 25}}};
+  using State = GapWidgetModel::State;
+  for (const auto& [zone, day] : days) {
+    testing::ScopedDeviceSettings zoneSettings(zone);
+    CloudKitCacheSnapshot snapshot;
+    snapshot.gaps["g-early"] = {.recordName = "g-early", .dayRef = day.description(), .time = "07:30"};
+    snapshot.gaps["g-nine"] = {.recordName = "g-nine", .dayRef = day.description(), .time = "09:00"};
+    writeShared("cache-snapshot.json", snapshot.encodeJSON());
+    const auto clock = [&](int hour, int minute = 0) { return *day.localTime(hour, minute); };
+    const std::vector<std::tuple<Date, State, std::optional<std::string>>> expected{
+        {clock(7), State::nextGap, "g-early"},    {clock(7, 30), State::currentGap, "g-early"},
+        {clock(8), State::nextGap, "g-nine"},     {clock(9), State::currentGap, "g-nine"},
+        {clock(20), State::noGaps, std::nullopt}, {*day.adding(1).localTime(0), State::noGaps, std::nullopt}};
+    std::vector<std::tuple<Date, State, std::optional<std::string>>> shown;
+    for (const auto& model : GapWidgetModel::timeline(clock(7), environment())) {
+      shown.emplace_back(model.asOf, model.state, model.gapRecordName);
+    }
+    EXPECT_EQ(shown, expected) << zone << " " << day;
+  }
 }
 
 TEST_F(GapWidgetModelTest, QueuedTogglesShowAtOnceAndTheLastForATaskWins) {

@@ -47,10 +47,18 @@ void AreaRules::setHidden(std::string_view area, bool isHidden) const {
   change(area, [&](AreaRecord& changed) { changed.isHidden = isHidden; });
 }
 
-void AreaRules::remove(std::string_view area) const {
+void AreaRules::remove(std::string_view area, const RecordMap<ProjectRecord>& sharedProjects) const {
   const auto& cache = context_.cache();
   const std::string name = context_.requireArea(area).recordName;
-  const auto projects = std::int64_t(CloudKitCache::namesIn(cache.projectsInArea(), name).size());
+  std::int64_t projects = 0;
+  for (const auto& project : CloudKitCache::namesIn(cache.projectsInArea(), name)) {
+    const auto held = cache.projects().find(project);
+    const auto shared = sharedProjects.find(project);
+    const ProjectRecord* record = held != cache.projects().end()   ? &held->second
+                                  : shared != sharedProjects.end() ? &shared->second
+                                                                   : nullptr;
+    projects += record && !record->isArchived() ? 1 : 0;
+  }
   const auto tasks = std::int64_t(CloudKitCache::namesIn(cache.tasksByHome(), name).size());
   if (projects > 0 || tasks > 0) {
     throw CloudKitStoreError::areaNotEmpty(name, projects, tasks);

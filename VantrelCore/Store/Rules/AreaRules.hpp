@@ -19,9 +19,12 @@ public:
   void rename(std::string_view area, std::string_view name) const;
   void setColor(std::string_view area, std::string color) const;
   void setHidden(std::string_view area, bool isHidden) const;
-  /// Refused with areaNotEmpty while a project is filed in the area (archived ones too: they would be
-  /// left nowhere) or a task lives in it; otherwise deletes the area with this user's headers in it.
-  void remove(std::string_view area) const;
+  /// Refused with areaNotEmpty while the area shows a project or holds a task of its own; otherwise deletes
+  /// the area with this user's headers in it. The projects it shows are this user's placements in it of
+  /// projects that are not archived, held in the cache or among `sharedProjects` (those shared with the
+  /// user). An archived project keeps its placement and stays in the archives; a placement whose project
+  /// is gone shows nothing.
+  void remove(std::string_view area, const RecordMap<ProjectRecord>& sharedProjects) const;
   /// Gives the listed items (this user's placements and headers) fresh indexes in the listed order.
   void reorderItems(std::string_view area, std::span<const AreaItemKey> newOrder) const;
   void reorderTasks(std::string_view area, std::span<const std::string> taskOrder) const;

@@ -8,7 +8,7 @@ namespace vantrel {
 std::vector<UserTaskScheduleRecord> GapRules::schedulesIn(const GapRecord& gap) const {
   std::vector<UserTaskScheduleRecord> planned;
   for (const auto& [task, schedule] : context_.cache().myTaskSchedules()) {
-    if (schedule.date && schedule.gapTime == gap.time &&
+    if (schedule.date && schedule.gapTime && GapRecord::sameTime(*schedule.gapTime, gap.time) &&
         CalendarDate::utcDayOf(*schedule.date).description() == gap.dayRef) {
       planned.push_back(schedule);
     }
@@ -27,7 +27,7 @@ std::string GapRules::add(const CalendarDate& day, std::string time, std::option
   GapRecord gap{.recordName =
                     context_.nameForNewRecord<GapRecord>(std::move(recordName), RecordNames::gapPrefix),
                 .dayRef = dayRef,
-                .time = std::move(time),
+                .time = GapRecord::normalizedTime(time),
                 .label = std::move(label),
                 .reminder = reminder,
                 .sortIndex = SortIndex::appended(siblings)};
@@ -46,7 +46,7 @@ void GapRules::update(std::string_view gap, std::optional<std::string> time,
   GapRecord changed = current;
   const auto planned = schedulesIn(current);
   if (time) {
-    changed.time = *time;
+    changed.time = GapRecord::normalizedTime(*time);
   }
   if (label) {
     changed.label = *label;
@@ -54,7 +54,7 @@ void GapRules::update(std::string_view gap, std::optional<std::string> time,
   if (reminder) {
     changed.reminder = *reminder;
   }
-  const bool moved = changed.time != current.time;
+  const bool moved = !GapRecord::sameTime(changed.time, current.time);
   const std::string newTime = changed.time;
   context_.writer().save(std::move(changed));
   if (moved) {

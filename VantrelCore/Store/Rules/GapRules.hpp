@@ -19,10 +19,11 @@ class GapRules {
 public:
   explicit GapRules(const RuleContext& context) : context_(context) {}
 
-  /// A gap on the day after its last one; the day's record is made the first time it is needed.
+  /// A gap on the day after its last one; the day's record is made the first time it is needed. Times are
+  /// kept as "HH:mm" ("9:05" becomes "09:05"), here and in update().
   std::string add(const CalendarDate& day, std::string time, std::optional<std::string> label, bool reminder,
                   std::optional<std::string> recordName = {}) const;
-  /// Changes what is given; tasks planned into the gap move with a new start time.
+  /// Changes what is given; tasks planned into the gap move with a new time of day.
   void update(std::string_view gap, std::optional<std::string> time,
               std::optional<std::optional<std::string>> label, std::optional<bool> reminder) const;
   /// Deletes the gap; the tasks planned into it stay on the day, or return to anyday.

@@ -22,7 +22,11 @@ const TaskRecord& RuleContext::requireTask(std::string_view task) const {
 }
 
 const AreaRecord& RuleContext::requireArea(std::string_view area) const {
-  return require(cache_.areas(), area, CKRecordTypes::area);
+  const auto found = cache_.areas().find(std::string(area));
+  if (found == cache_.areas().end()) {
+    throw CloudKitStoreError::areaNotInCache(area);
+  }
+  return found->second;
 }
 
 const ProjectRecord& RuleContext::requireProject(std::string_view project) const {

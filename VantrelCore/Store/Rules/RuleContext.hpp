@@ -14,7 +14,8 @@
 namespace vantrel {
 
 /// What every rule of the planner works over: the records as they are, the path their changes take, and
-/// where new names and times come from. The lookups throw CloudKitStoreError::recordNotFound.
+/// where new names and times come from. The lookups throw CloudKitStoreError::recordNotFound; a missing area
+/// is reported as CloudKitStoreError::areaNotInCache.
 class RuleContext {
 public:
   RuleContext(const CloudKitCache& cache, RecordWriter& writer, UUIDGenerator& uuids, const Clock& clock)

@@ -1,5 +1,6 @@
 #include "VantrelCore/Store/Rules/TaskRules.hpp"
 
+#include "VantrelCore/Model/GapRecord.hpp"
 #include "VantrelCore/Model/RecordNames.hpp"
 #include "VantrelCore/Model/SortIndex.hpp"
 #include "VantrelCore/Model/WhiteSpace.hpp"
@@ -150,7 +151,8 @@ void TaskRules::writeSchedule(const std::string& task, std::optional<Date> date,
                                   .userRef = cache.currentUserRef(),
                                   .taskRef = task,
                                   .date = date,
-                                  .gapTime = std::move(gapTime)};
+                                  .gapTime = gapTime ? std::optional(GapRecord::normalizedTime(*gapTime))
+                                                     : std::nullopt};
   if (!schedule.isAllDefaults()) {
     context_.writer().save(std::move(schedule));
   } else if (cache.userTaskSchedules().contains(schedule.recordName)) {

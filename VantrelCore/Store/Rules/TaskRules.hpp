@@ -56,7 +56,8 @@ public:
 
 private:
   template <class Change> void change(std::string_view task, Change&& apply) const;
-  /// Writes the user's schedule of the task as given: saved, or deleted when it plans nothing.
+  /// Writes the user's schedule of the task, its gap time as "HH:mm": saved, or deleted when it plans
+  /// nothing.
   void writeSchedule(const std::string& task, std::optional<Date> date,
                      std::optional<std::string> gapTime) const;
 
