@@ -32,14 +32,6 @@ std::string folded(std::string_view text) {
   throw LookupError(message + "; type more of the title, or the name in brackets");
 }
 
-/// "09:05" for "9:05" and "09:05"; other texts as they are.
-std::string normalisedTime(std::string_view time) {
-  if (time.size() == 4 && time[1] == ':') {
-    return "0" + std::string(time);
-  }
-  return std::string(time);
-}
-
 template <class Record, class Title>
 std::vector<RecordLookup::Candidate> candidatesOf(const RecordMap<Record>& records, Title title) {
   std::vector<RecordLookup::Candidate> candidates;
@@ -139,7 +131,7 @@ const GapRecord& RecordLookup::gap(std::string_view text, const CalendarDate& da
   std::vector<Candidate> labelled;
   for (const auto& name : CloudKitCache::namesIn(cache_.gapIDsByDay(), day.description())) {
     const auto& gap = cache_.gaps().at(name);
-    if (normalisedTime(gap.time) == normalisedTime(text)) {
+    if (GapRecord::sameTime(gap.time, text)) {
       return gap;
     }
     if (gap.label) {
