@@ -7,12 +7,10 @@
 #include "Tools/vantrel/LocalFormat.hpp"
 #include "Tools/vantrel/RecordReport.hpp"
 #include "Tools/vantrel/TaskListing.hpp"
-#include "VantrelCore/Planning/CalendarGapEngine.hpp"
 #include "VantrelCore/Planning/CalendarSource.hpp"
-#include "VantrelCore/Planning/GapEndDerivation.hpp"
-#include "VantrelCore/Planning/GapScheduling.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/ManualExecutor.hpp"
+#include "VantrelCore/Store/DayPlan.hpp"
 
 #include <filesystem>
 #include <map>
@@ -136,75 +134,7 @@ void addCalendarsCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& c
   }
 }
 
-/// Everything `today` shows, computed once for both forms.
-struct DayView {
-  CalendarDate day{};
-  std::vector<CalendarEvent> events{};
-  std::vector<CalendarGap> openWindows{};
-  struct Gap {
-    GapRecord record{};
-    std::optional<Date> start{};
-    std::optional<TaskGapEnd> end{};
-    std::vector<TaskRecord> tasks{};
-    /// The gap the clock is in.
-    bool current = false;
-  };
-  /// The subtasks of the planned tasks, in their order, as the widget shows them under their task.
-  std::map<std::string, std::vector<TaskRecord>> subtasks{};
-  std::vector<Gap> gaps{};
-  std::vector<TaskRecord> withoutGap{};
-};
-
-DayView viewOf(const CalendarDate& day, const CloudKitCache& cache, Calendars& calendars, Date now) {
-  DayView view{.day = day, .events = calendars.source.events(day)};
-  std::ranges::sort(view.events, CalendarEvent::dayDisplayOrder);
-  view.openWindows = CalendarGapEngine::openWindows(day, view.events, calendars.windows);
-  const auto scheduleByTask =
-      GapScheduling::scheduleByTask(cache.userTaskSchedules(), cache.currentUserRef());
-  const auto planned = GapScheduling::plannedOrder(
-      GapScheduling::scheduledTasks(day, cache.tasks(), scheduleByTask), cache.areas(),
-      [&](const std::string& project) { return cache.myPlacement(project); });
-  const auto gaps = GapScheduling::gaps(day.description(), cache.gaps());
-  std::set<std::string> inAGap;
-  for (const auto& gap : gaps) {
-    auto tasks = GapScheduling::tasksInGap(gap, planned, scheduleByTask);
-    for (const auto& task : tasks) {
-      inAGap.insert(task.recordName);
-    }
-    view.gaps.push_back({.record = gap,
-                         .start = GapEndDerivation::startDate(gap, day),
-                         .end = GapEndDerivation::info(gap, day, gaps, view.events, calendars.windows),
-                         .tasks = std::move(tasks)});
-  }
-  for (const auto& task : planned) {
-    if (const auto children = cache.tasksByParent().find(task.recordName);
-        children != cache.tasksByParent().end()) {
-      auto& list = view.subtasks[task.recordName];
-      for (const auto& name : children->second) {
-        list.push_back(cache.tasks().at(name));
-      }
-      std::ranges::sort(list, [](const TaskRecord& left, const TaskRecord& right) {
-        return std::tie(left.sortIndex, left.recordName) < std::tie(right.sortIndex, right.recordName);
-      });
-    }
-  }
-  // The clock is in the last gap that has started, until that gap ends.
-  for (auto gap = view.gaps.rbegin(); gap != view.gaps.rend(); ++gap) {
-    if (gap->start && *gap->start <= now) {
-      gap->current = !(gap->end && gap->end->end && *gap->end->end <= now);
-      break;
-    }
-  }
-  // A task whose gap time names no gap of the day is still planned on the day.
-  for (const auto& task : planned) {
-    if (!inAGap.contains(task.recordName)) {
-      view.withoutGap.push_back(task);
-    }
-  }
-  return view;
-}
-
-void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const DayView& view) {
+void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const DayPlan& view) {
   json.startArray();
   for (const auto& task : tasks) {
     json.startObject();
@@ -224,7 +154,7 @@ void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const Da
   json.endArray();
 }
 
-void printJSON(Output& output, const DayView& view) {
+void printJSON(Output& output, const DayPlan& view) {
   JSONWriter json;
   json.startObject();
   json.key("day");
@@ -294,7 +224,7 @@ void printJSON(Output& output, const DayView& view) {
   output.print(json);
 }
 
-void addTaskRows(TextTable& table, const std::vector<TaskRecord>& tasks, const DayView& view, Date now,
+void addTaskRows(TextTable& table, const std::vector<TaskRecord>& tasks, const DayPlan& view, Date now,
                  const std::string& indent = "    ") {
   for (const auto& task : tasks) {
     table.row().cell(indent + (task.done ? "[x] " : "[ ] ") + task.title,
@@ -308,7 +238,7 @@ void addTaskRows(TextTable& table, const std::vector<TaskRecord>& tasks, const D
 }
 
 /// Where a gap ends, in words: "until 10:30 AM, when Standup starts", "open-ended".
-std::string endText(const DayView::Gap& gap) {
+std::string endText(const DayPlan::Gap& gap) {
   if (!gap.end || !gap.end->end) {
     return "open-ended, you decide";
   }
@@ -325,7 +255,7 @@ std::string endText(const DayView::Gap& gap) {
   return until;
 }
 
-void printText(Output& output, const DayView& view, Date now) {
+void printText(Output& output, const DayPlan& view, Date now) {
   auto& text = output.text();
   text << output.paint(LocalFormat::longDay(view.day), TextTone::heading) << "\n\n"
        << output.paint("Events", TextTone::heading) << "\n";
@@ -382,7 +312,8 @@ void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
       const auto shown = *day ? parseDay(**day, "DAY", run.today) : run.today;
       Calendars calendars(run.environment);
       const auto now = run.environment.clock().now();
-      const auto view = viewOf(shown, run.cache(), calendars, now);
+      const auto view =
+          DayPlan::of(shown, run.cache(), calendars.source.events(shown), calendars.windows, now);
       if (run.output.json()) {
         return printJSON(run.output, view);
       }
@@ -397,11 +328,83 @@ void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
   });
 }
 
+void addAgendaCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& context) {
+  auto days = std::make_shared<int>(7);
+  auto* agenda =
+      app.add_subcommand("agenda", "Show the coming days: their gaps and the tasks planned in them");
+  agenda->add_option("--days", *days, "How many days, today first (default: 7)")
+      ->check(CLI::Range(1, 366))
+      ->option_text("N");
+  agenda->callback([=] {
+    context->view([=](PlannerRun& run) {
+      Calendars calendars(run.environment);
+      const auto now = run.environment.clock().now();
+      std::vector<DayPlan> plans;
+      for (int offset = 0; offset < *days; ++offset) {
+        const auto day = run.today.adding(offset);
+        plans.push_back(DayPlan::of(day, run.cache(), calendars.source.events(day), calendars.windows, now));
+      }
+      if (run.output.json()) {
+        JSONWriter json;
+        json.startArray();
+        for (const auto& plan : plans) {
+          json.startObject();
+          json.key("day");
+          json.string(plan.day.description());
+          json.key("events");
+          json.int64(std::int64_t(plan.events.size()));
+          json.key("gaps");
+          json.startArray();
+          for (const auto& gap : plan.gaps) {
+            json.startObject();
+            json.key("recordName");
+            json.string(gap.record.recordName);
+            json.key("time");
+            json.string(gap.record.time);
+            json.key("label");
+            RecordReport::text(json, gap.record.label);
+            json.key("tasks");
+            writeTasks(json, gap.tasks, plan);
+            json.endObject();
+          }
+          json.endArray();
+          json.key("plannedWithoutGap");
+          writeTasks(json, plan.withoutGap, plan);
+          json.endObject();
+        }
+        json.endArray();
+        return run.output.print(json);
+      }
+      TextTable table;
+      for (const auto& plan : plans) {
+        const auto events = plan.events.size();
+        table.row().cell(LocalFormat::longDay(plan.day), TextTone::heading);
+        table.cell(events == 0 ? "" : std::to_string(events) + (events == 1 ? " event" : " events"),
+                   TextTone::dim);
+        for (const auto& gap : plan.gaps) {
+          table.row().cell("  " + LocalFormat::timeOfDay(gap.record.time) + "  " +
+                           gap.record.label.value_or("Gap"));
+          addTaskRows(table, gap.tasks, plan, now);
+        }
+        if (!plan.withoutGap.empty()) {
+          table.row().cell("  Without a gap");
+          addTaskRows(table, plan.withoutGap, plan, now);
+        }
+        if (plan.gaps.empty() && plan.withoutGap.empty()) {
+          table.row().cell("  nothing planned", TextTone::dim);
+        }
+      }
+      run.output.print(table);
+    });
+  });
+}
+
 } // namespace
 
 void addCalendarCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& context) {
   addCalendarsCommand(app, context);
   addTodayCommand(app, context);
+  addAgendaCommand(app, context);
 }
 
 } // namespace vantrel::cli

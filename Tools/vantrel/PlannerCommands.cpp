@@ -12,6 +12,7 @@
 #include "Tools/vantrel/StatusCommand.hpp"
 #include "Tools/vantrel/TaskCommands.hpp"
 #include "Tools/vantrel/UndoReport.hpp"
+#include "Tools/vantrel/ViewCommands.hpp"
 #include "VantrelCore/Store/CloudKitStoreError.hpp"
 
 #include <memory>
@@ -356,6 +357,7 @@ void addPlannerCommands(CLI::App& app, const GlobalOptions& options) {
   addReminderCommands(app, context);
   addCalendarCommands(app, context);
   addDemoCommand(app, context);
+  addViewCommands(app, context);
   app.add_subcommand("undo", "Take back the last deletion of tasks or change of the day or gap tasks are "
                              "planned in, however many commands ago")
       ->callback([=] {
