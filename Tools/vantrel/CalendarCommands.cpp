@@ -154,6 +154,29 @@ void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const Da
   json.endArray();
 }
 
+void writeGap(JSONWriter& json, const DayPlan::Gap& gap, const DayPlan& view) {
+  json.startObject();
+  json.key("recordName");
+  json.string(gap.record.recordName);
+  json.key("time");
+  json.string(gap.record.time);
+  json.key("label");
+  RecordReport::text(json, gap.record.label);
+  json.key("reminder");
+  json.boolean(gap.record.reminder);
+  json.key("start");
+  RecordReport::instant(json, gap.start);
+  json.key("end");
+  RecordReport::instant(json, gap.end ? gap.end->end : std::nullopt);
+  json.key("endSource");
+  gap.end ? json.string(taskGapEndSourceText(gap.end->source)) : json.null();
+  json.key("current");
+  json.boolean(gap.current);
+  json.key("tasks");
+  writeTasks(json, gap.tasks, view);
+  json.endObject();
+}
+
 void printJSON(Output& output, const DayPlan& view) {
   JSONWriter json;
   json.startObject();
@@ -196,26 +219,7 @@ void printJSON(Output& output, const DayPlan& view) {
   json.key("gaps");
   json.startArray();
   for (const auto& gap : view.gaps) {
-    json.startObject();
-    json.key("recordName");
-    json.string(gap.record.recordName);
-    json.key("time");
-    json.string(gap.record.time);
-    json.key("label");
-    RecordReport::text(json, gap.record.label);
-    json.key("reminder");
-    json.boolean(gap.record.reminder);
-    json.key("start");
-    RecordReport::instant(json, gap.start);
-    json.key("end");
-    RecordReport::instant(json, gap.end ? gap.end->end : std::nullopt);
-    json.key("endSource");
-    gap.end ? json.string(taskGapEndSourceText(gap.end->source)) : json.null();
-    json.key("current");
-    json.boolean(gap.current);
-    json.key("tasks");
-    writeTasks(json, gap.tasks, view);
-    json.endObject();
+    writeGap(json, gap, view);
   }
   json.endArray();
   json.key("plannedWithoutGap");
@@ -356,16 +360,7 @@ void addAgendaCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& cont
           json.key("gaps");
           json.startArray();
           for (const auto& gap : plan.gaps) {
-            json.startObject();
-            json.key("recordName");
-            json.string(gap.record.recordName);
-            json.key("time");
-            json.string(gap.record.time);
-            json.key("label");
-            RecordReport::text(json, gap.record.label);
-            json.key("tasks");
-            writeTasks(json, gap.tasks, plan);
-            json.endObject();
+            writeGap(json, gap, plan);
           }
           json.endArray();
           json.key("plannedWithoutGap");

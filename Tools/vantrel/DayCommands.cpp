@@ -79,7 +79,7 @@ void addInboxCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& cont
 
   inbox->add_subcommand("list", "List the inbox")->callback([=] {
     context->view([](PlannerRun& run) {
-      const auto items = sorted(run.cache().inbox());
+      const auto items = inListOrder(run.cache().inbox());
       if (run.output.json()) {
         JSONWriter json;
         json.startArray();

@@ -155,7 +155,7 @@ void addAreaCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
 
   area->add_subcommand("list", "List the areas")->callback([=] {
     context->view([](PlannerRun& run) {
-      const auto areas = sorted(run.cache().areas());
+      const auto areas = inListOrder(run.cache().areas());
       if (run.output.json()) {
         JSONWriter json;
         json.startArray();

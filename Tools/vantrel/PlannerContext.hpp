@@ -3,6 +3,7 @@
 #include "Tools/vantrel/CommandEnvironment.hpp"
 #include "Tools/vantrel/Output.hpp"
 #include "VantrelCore/Store/CloudKitStore.hpp"
+#include "VantrelCore/Store/ListOrder.hpp"
 #include "VantrelCore/Store/RecordLookup.hpp"
 
 #include <CLI/CLI.hpp>
@@ -44,18 +45,6 @@ struct PlannerContext {
   /// The command being run, as typed: "task add".
   std::string commandName() const;
 };
-
-/// The records in their list order: by sort index, then name.
-template <class Record> std::vector<const Record*> sorted(const RecordMap<Record>& records) {
-  std::vector<const Record*> list;
-  for (const auto& [name, record] : records) {
-    list.push_back(&record);
-  }
-  std::ranges::sort(list, [](const Record* left, const Record* right) {
-    return std::tie(left->sortIndex, left->recordName) < std::tie(right->sortIndex, right->recordName);
-  });
-  return list;
-}
 
 /// 'Title', quoted for a confirmation line.
 std::string inQuotes(std::string_view title);

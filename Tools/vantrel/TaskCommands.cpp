@@ -346,14 +346,14 @@ void addHeaderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& con
       std::vector<std::string> names;
       if (!given->project.empty()) {
         const auto project = run.find.project(given->project);
-        for (const auto* record : sorted(run.cache().projectSections())) {
+        for (const auto* record : inListOrder(run.cache().projectSections())) {
           if (record->projectRef == project) {
             names.push_back(record->recordName);
           }
         }
       } else {
         const auto area = run.find.area(given->area);
-        for (const auto* record : sorted(run.cache().areaSections())) {
+        for (const auto* record : inListOrder(run.cache().areaSections())) {
           if (record->areaRef == area && record->userRef == run.cache().currentUserRef()) {
             names.push_back(record->recordName);
           }

@@ -2,6 +2,7 @@
 
 #include "VantrelCore/Model/AreaItem.hpp"
 #include "VantrelCore/Model/ProjectItem.hpp"
+#include "VantrelCore/Store/ListOrder.hpp"
 
 #include <algorithm>
 #include <tuple>
@@ -80,22 +81,11 @@ private:
   std::vector<Row> rows_;
 };
 
-template <class Record> std::vector<const Record*> inOrder(const RecordMap<Record>& records) {
-  std::vector<const Record*> list;
-  for (const auto& [name, record] : records) {
-    list.push_back(&record);
-  }
-  std::ranges::sort(list, [](const Record* left, const Record* right) {
-    return std::tie(left->sortIndex, left->recordName) < std::tie(right->sortIndex, right->recordName);
-  });
-  return list;
-}
-
 } // namespace
 
 TaskOutline TaskOutline::of(const CloudKitCache& cache, const TaskFilter& filter) {
   OutlineBuilder outline(cache, filter);
-  for (const auto* area : inOrder(cache.areas())) {
+  for (const auto* area : inListOrder(cache.areas())) {
     outline.heading(Row::Kind::area, 0, area->recordName);
     std::vector<const TaskRecord*> own;
     for (const auto& name : CloudKitCache::namesIn(cache.tasksByHome(), area->recordName)) {
