@@ -4,6 +4,7 @@
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Model/TimeFormat.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 
 #include <iomanip>
@@ -21,7 +22,7 @@ void runAboutCommand(const CommandEnvironment& environment) {
     json.key("version");
     json.string(VANTREL_VERSION);
     json.key("now");
-    json.string(LocalFormat::iso8601(now));
+    json.string(TimeFormat::iso8601(now));
     json.key("today");
     json.string(today.description());
     json.key("timeZone");

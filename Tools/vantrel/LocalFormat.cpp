@@ -85,9 +85,4 @@ std::string LocalFormat::instant(Date instant) {
   return local(instant, u"yMMMdjmm");
 }
 
-std::string LocalFormat::iso8601(Date instant) {
-  return format(instant, u"yyyy-MM-dd'T'HH:mm:ssxxx", icu::Locale("en_US_POSIX"),
-                DeviceSettings::timeZone().release());
-}
-
 } // namespace vantrel::cli

@@ -26,8 +26,6 @@ public:
   static std::string shortDay(const CalendarDate& day, const CalendarDate& today);
   /// A day and time: "Nov 24, 2026, 9:05 AM".
   static std::string instant(Date instant);
-  /// An instant for scripts: ISO 8601 with the device zone's offset, "2026-11-24T09:05:00+01:00".
-  static std::string iso8601(Date instant);
 };
 
 } // namespace vantrel::cli

@@ -1,11 +1,11 @@
 #include "Tools/vantrel/RecordReport.hpp"
 
-#include "Tools/vantrel/LocalFormat.hpp"
+#include "VantrelCore/Model/TimeFormat.hpp"
 
 namespace vantrel::cli {
 
 void RecordReport::instant(JSONWriter& json, const std::optional<Date>& instant) {
-  instant ? json.string(LocalFormat::iso8601(*instant)) : json.null();
+  instant ? json.string(TimeFormat::iso8601(*instant)) : json.null();
 }
 
 void RecordReport::text(JSONWriter& json, const std::optional<std::string>& text) {

@@ -118,4 +118,17 @@ std::string TimeFormat::inboxTriageNote(std::string_view title, std::optional<st
   return note;
 }
 
+std::string TimeFormat::iso8601(Date instant) {
+  UErrorCode status = U_ZERO_ERROR;
+  // en_US_POSIX: a machine format must not pick up another locale's digits or calendar.
+  icu::SimpleDateFormat formatter(icu::UnicodeString(u"yyyy-MM-dd'T'HH:mm:ssxxx"), icu::Locale("en_US_POSIX"),
+                                  status);
+  formatter.adoptTimeZone(DeviceSettings::timeZone().release());
+  icu::UnicodeString text;
+  formatter.format(instant.icuMilliseconds(), text);
+  std::string utf8;
+  text.toUTF8String(utf8);
+  return utf8;
+}
+
 } // namespace vantrel

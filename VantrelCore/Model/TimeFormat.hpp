@@ -29,6 +29,8 @@ public:
   /// A length in seconds as "1h 30m", "2h" or "45m"; negative lengths print 0m. Aborts on a non-finite
   /// value or one whose minutes do not fit a 64-bit integer.
   static std::string duration(double seconds);
+  /// An instant for programs: ISO 8601 with the device zone's offset, "2026-11-24T09:05:00+01:00".
+  static std::string iso8601(Date instant);
   /// "**2026-03-07 09:05 UTC:** (title) body", the body trimmed and left out when it is blank.
   static std::string inboxTriageNote(std::string_view title, std::optional<std::string_view> body, Date at);
 };

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VantrelCore/Model/TimeFormat.hpp"
 #include "VantrelCore/Platform/Date.hpp"
 #include "VantrelCore/Widget/GapWidgetModel.hpp"
 
@@ -10,11 +11,11 @@ struct GapEntry {
   Date date{};
   GapWidgetModel model{};
 
-  /// {"date": seconds since 2001-01-01, "model": the model's JSON}.
+  /// {"date": ISO 8601 with the device zone's offset, "model": the model's JSON}.
   void writeJSON(JSONWriter& json) const {
     json.startObject();
     json.key("date");
-    json.date(date);
+    json.string(TimeFormat::iso8601(date));
     json.key("model");
     model.writeJSON(json);
     json.endObject();

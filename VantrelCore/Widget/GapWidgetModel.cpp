@@ -242,7 +242,7 @@ void GapWidgetModel::writeJSON(JSONWriter& json) const {
     json.key("done");
     json.boolean(task.done);
     json.key("dueDate");
-    task.dueDate ? json.date(*task.dueDate) : json.null();
+    task.dueDate ? json.string(TimeFormat::iso8601(*task.dueDate)) : json.null();
     json.key("isSubtask");
     json.boolean(task.isSubtask);
     json.key("canToggle");
@@ -266,7 +266,7 @@ void GapWidgetModel::writeJSON(JSONWriter& json) const {
   }
   json.endArray();
   json.key("asOf");
-  json.date(asOf);
+  json.string(TimeFormat::iso8601(asOf));
   json.key("deepLinkURL");
   optionalString(deepLinkURL());
   json.endObject();

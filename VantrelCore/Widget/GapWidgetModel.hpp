@@ -65,7 +65,8 @@ struct GapWidgetModel {
   /// A fixed sample for the widget gallery: no real data, empty lists.
   static GapWidgetModel placeholder(Date asOf);
 
-  /// The model's fields under their names, instants as seconds since 2001-01-01, and "deepLinkURL".
+  /// The model's fields under their names, instants in ISO 8601 with the device zone's offset, and
+  /// "deepLinkURL".
   void writeJSON(JSONWriter& json) const;
 
   friend bool operator==(const GapWidgetModel&, const GapWidgetModel&) = default;

@@ -56,7 +56,7 @@ TEST_F(WidgetCommandTest, TheEntryProgramPrintsTheTimelineEntriesAndAStatusLine)
   const auto timeline = parseJSON(widget(""));
   ASSERT_TRUE(timeline.IsArray());
   ASSERT_EQ(timeline.Size(), 5u);
-  EXPECT_EQ(readJSONNumber(timeline[0]["date"]), 794559600);
+  EXPECT_EQ(readJSONString(timeline[0]["date"]), "2026-03-07T08:00:00+01:00");
   EXPECT_EQ(readJSONString(timeline[0]["model"]["state"]), "nextGap");
   EXPECT_EQ(readJSONString(timeline[1]["model"]["state"]), "currentGap");
   EXPECT_EQ(readJSONString(timeline[2]["model"]["gapRecordName"]), "g-noon");

@@ -55,31 +55,32 @@ constexpr std::string_view snapshotJSON = R"({"snapshotVersion":1,"currentUserRe
 "userProjectSectionStates":{},"sharingUserNames":{}})";
 
 constexpr std::string_view morningTasks =
-    R"([{"id":"t-deploy","title":"Deploy","done":false,"dueDate":794620800,"isSubtask":false,"canToggle":true},)"
+    R"([{"id":"t-deploy","title":"Deploy","done":false,"dueDate":"2026-03-08T01:00:00+01:00","isSubtask":false,"canToggle":true},)"
     R"({"id":"t-review","title":"Review","done":false,"dueDate":null,"isSubtask":false,"canToggle":false},)"
     R"({"id":"t-dig","title":"Dig","done":false,"dueDate":null,"isSubtask":false,"canToggle":true},)"
     R"({"id":"t-spade","title":"Find the \"spade\"","done":true,"dueDate":null,"isSubtask":true,"canToggle":true}])";
 
 const std::string expectedTimeline =
-    std::string(R"([{"date":794559600,"model":{"state":"nextGap","gapRecordName":"g-morning",)") +
+    std::string(
+        R"([{"date":"2026-03-07T08:00:00+01:00","model":{"state":"nextGap","gapRecordName":"g-morning",)") +
     R"("gapClockLabel":"9:00 AM","gapLabel":"Morning","isRunning":false,"tasks":)" +
     std::string(morningTasks) +
     R"(,"taskCount":3,"doneCount":0,"upcomingGaps":[{"label":"1:00 PM","clockLabel":"1:00 PM"}],)"
-    R"("asOf":794559600,"deepLinkURL":"vantrel://today?gap=g-morning"}},)"
-    R"({"date":794563200,"model":{"state":"currentGap","gapRecordName":"g-morning",)"
+    R"("asOf":"2026-03-07T08:00:00+01:00","deepLinkURL":"vantrel://today?gap=g-morning"}},)"
+    R"({"date":"2026-03-07T09:00:00+01:00","model":{"state":"currentGap","gapRecordName":"g-morning",)"
     R"("gapClockLabel":"9:00 AM","gapLabel":"Morning","isRunning":true,"tasks":)" +
     std::string(morningTasks) +
     R"(,"taskCount":3,"doneCount":0,"upcomingGaps":[{"label":"1:00 PM","clockLabel":"1:00 PM"}],)"
-    R"("asOf":794563200,"deepLinkURL":"vantrel://today?gap=g-morning"}},)"
-    R"({"date":794577600,"model":{"state":"currentGap","gapRecordName":"g-noon",)"
+    R"("asOf":"2026-03-07T09:00:00+01:00","deepLinkURL":"vantrel://today?gap=g-morning"}},)"
+    R"({"date":"2026-03-07T13:00:00+01:00","model":{"state":"currentGap","gapRecordName":"g-noon",)"
     R"("gapClockLabel":"1:00 PM","gapLabel":"1:00 PM","isRunning":true,)"
     R"("tasks":[{"id":"t-cook","title":"Cook","done":false,"dueDate":null,"isSubtask":false,"canToggle":true}],)"
-    R"("taskCount":1,"doneCount":0,"upcomingGaps":[],"asOf":794577600,"deepLinkURL":"vantrel://today?gap=g-noon"}},)"
-    R"({"date":794602800,"model":{"state":"noGaps","gapRecordName":null,"gapClockLabel":"","gapLabel":"",)"
-    R"("isRunning":false,"tasks":[],"taskCount":0,"doneCount":0,"upcomingGaps":[],"asOf":794602800,)"
+    R"("taskCount":1,"doneCount":0,"upcomingGaps":[],"asOf":"2026-03-07T13:00:00+01:00","deepLinkURL":"vantrel://today?gap=g-noon"}},)"
+    R"({"date":"2026-03-07T20:00:00+01:00","model":{"state":"noGaps","gapRecordName":null,"gapClockLabel":"","gapLabel":"",)"
+    R"("isRunning":false,"tasks":[],"taskCount":0,"doneCount":0,"upcomingGaps":[],"asOf":"2026-03-07T20:00:00+01:00",)"
     R"("deepLinkURL":null}},)"
-    R"({"date":794617200,"model":{"state":"noGaps","gapRecordName":null,"gapClockLabel":"","gapLabel":"",)"
-    R"("isRunning":false,"tasks":[],"taskCount":0,"doneCount":0,"upcomingGaps":[],"asOf":794617200,)"
+    R"({"date":"2026-03-08T00:00:00+01:00","model":{"state":"noGaps","gapRecordName":null,"gapClockLabel":"","gapLabel":"",)"
+    R"("isRunning":false,"tasks":[],"taskCount":0,"doneCount":0,"upcomingGaps":[],"asOf":"2026-03-08T00:00:00+01:00",)"
     R"("deepLinkURL":null}}])";
 
 class GapWidgetModelTest : public ::testing::Test {
