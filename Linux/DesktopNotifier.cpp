@@ -36,7 +36,7 @@ DesktopNotifier::~DesktopNotifier() {
 }
 
 std::uint32_t DesktopNotifier::show(std::string_view summary, const std::optional<std::string>& body,
-                                    bool playsSound) {
+                                    bool playsSound, std::optional<int> badgeCount) {
   sd_bus_message* call = nullptr;
   sd_bus_message* reply = nullptr;
   sd_bus_error error = SD_BUS_ERROR_NULL;
@@ -58,6 +58,10 @@ std::uint32_t DesktopNotifier::show(std::string_view summary, const std::optiona
     check(sd_bus_message_open_container(call, 'a', "{sv}"), "cannot write the call");
     if (playsSound) {
       check(sd_bus_message_append(call, "{sv}", "sound-name", "s", "message-new-instant"),
+            "cannot write the call");
+    }
+    if (badgeCount) {
+      check(sd_bus_message_append(call, "{sv}", badgeCountHint, "i", std::int32_t(*badgeCount)),
             "cannot write the call");
     }
     check(sd_bus_message_close_container(call), "cannot write the call");

@@ -19,8 +19,15 @@ public:
   DesktopNotifier(const DesktopNotifier&) = delete;
   DesktopNotifier& operator=(const DesktopNotifier&) = delete;
 
-  /// Answers the id the server gave the notification.
-  std::uint32_t show(std::string_view summary, const std::optional<std::string>& body, bool playsSound);
+  /// The hint that carries the application's badge count (an int32). Freedesktop notifications have no
+  /// badge: a server or a script that shows one reads this; others ignore it, as the protocol asks of
+  /// unknown hints.
+  static constexpr const char* badgeCountHint = "x-vantrel-badge-count";
+
+  /// Answers the id the server gave the notification. With a badge count (AppIconBadge::count() once the
+  /// notification counts as shown) the notification carries it as the badgeCountHint hint.
+  std::uint32_t show(std::string_view summary, const std::optional<std::string>& body, bool playsSound,
+                     std::optional<int> badgeCount = std::nullopt);
 
 private:
   sd_bus* bus_ = nullptr;

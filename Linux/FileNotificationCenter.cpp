@@ -4,6 +4,7 @@
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Planning/AppIconBadge.hpp"
 #include "VantrelCore/Platform/AtomicFileWriter.hpp"
 #include "VantrelCore/Platform/ExclusiveFileLock.hpp"
 
@@ -46,12 +47,74 @@ int intMember(const rapidjson::Value& object, const char* key) {
   return int(value);
 }
 
+std::vector<NotificationRequest> requestsIn(const rapidjson::Value& object, const char* key) {
+  const auto list = object.FindMember(key);
+  if (list == object.MemberEnd() || !list->value.IsArray()) {
+    throw DecodingError(DecodingError::Kind::typeMismatch, key, std::string(key) + " must be an array");
+  }
+  std::vector<NotificationRequest> requests;
+  for (const auto& entry : list->value.GetArray()) {
+    NotificationRequest request{.identifier = std::string(textMember(entry, "identifier")),
+                                .title = std::string(textMember(entry, "title")),
+                                .year = intMember(entry, "year"),
+                                .month = intMember(entry, "month"),
+                                .day = intMember(entry, "day"),
+                                .hour = intMember(entry, "hour"),
+                                .minute = intMember(entry, "minute")};
+    if (const auto body = entry.FindMember("body"); body != entry.MemberEnd()) {
+      request.body = std::string(readJSONString(body->value));
+    }
+    if (const auto sound = entry.FindMember("playsSound"); sound != entry.MemberEnd()) {
+      request.playsSound = readJSONBool(sound->value);
+    }
+    requests.push_back(std::move(request));
+  }
+  return requests;
+}
+
+void writeRequests(JSONWriter& json, const char* key, const std::vector<NotificationRequest>& requests) {
+  json.key(key);
+  json.startArray();
+  for (const auto& request : requests) {
+    json.startObject();
+    json.key("identifier");
+    json.string(request.identifier);
+    json.key("title");
+    json.string(request.title);
+    if (request.body) {
+      json.key("body");
+      json.string(*request.body);
+    }
+    json.key("playsSound");
+    json.boolean(request.playsSound);
+    for (const auto& [field, value] : {std::pair{"year", request.year},
+                                       {"month", request.month},
+                                       {"day", request.day},
+                                       {"hour", request.hour},
+                                       {"minute", request.minute}}) {
+      json.key(field);
+      json.int64(value);
+    }
+    json.endObject();
+  }
+  json.endArray();
+}
+
 } // namespace
 
 struct FileNotificationCenter::Contents {
   NotificationAuthState authorization = NotificationAuthState::notDetermined;
   int badge = 0;
   std::vector<NotificationRequest> pending{};
+  std::vector<NotificationRequest> delivered{};
+
+  /// Drops the oldest shown ones beyond the limit, and sets the badge the shown ones make.
+  void deliveredChanged() {
+    if (delivered.size() > deliveredLimit) {
+      delivered.erase(delivered.begin(), delivered.end() - std::ptrdiff_t(deliveredLimit));
+    }
+    badge = AppIconBadge::count(delivered);
+  }
 };
 
 FileNotificationCenter::FileNotificationCenter(std::filesystem::path file, FileSystem& fileSystem)
@@ -72,25 +135,10 @@ FileNotificationCenter::Contents FileNotificationCenter::read() const {
     const auto& object = readJSONObject(document);
     contents.authorization = authorizationNamed(textMember(object, "authorization"));
     contents.badge = intMember(object, "badge");
-    const auto pending = object.FindMember("pending");
-    if (pending == object.MemberEnd() || !pending->value.IsArray()) {
-      throw DecodingError(DecodingError::Kind::typeMismatch, "pending", "pending must be an array");
-    }
-    for (const auto& entry : pending->value.GetArray()) {
-      NotificationRequest request{.identifier = std::string(textMember(entry, "identifier")),
-                                  .title = std::string(textMember(entry, "title")),
-                                  .year = intMember(entry, "year"),
-                                  .month = intMember(entry, "month"),
-                                  .day = intMember(entry, "day"),
-                                  .hour = intMember(entry, "hour"),
-                                  .minute = intMember(entry, "minute")};
-      if (const auto body = entry.FindMember("body"); body != entry.MemberEnd()) {
-        request.body = std::string(readJSONString(body->value));
-      }
-      if (const auto sound = entry.FindMember("playsSound"); sound != entry.MemberEnd()) {
-        request.playsSound = readJSONBool(sound->value);
-      }
-      contents.pending.push_back(std::move(request));
+    contents.pending = requestsIn(object, "pending");
+    // Files written before shown notifications were kept have none.
+    if (object.HasMember("delivered")) {
+      contents.delivered = requestsIn(object, "delivered");
     }
   } catch (const DecodingError& error) {
     throw std::runtime_error("notification file " + file_.string() + " cannot be read: " + error.what());
@@ -105,31 +153,8 @@ void FileNotificationCenter::write(const Contents& contents) {
   json.string(authorizationNames[std::size_t(contents.authorization)]);
   json.key("badge");
   json.int64(contents.badge);
-  json.key("pending");
-  json.startArray();
-  for (const auto& request : contents.pending) {
-    json.startObject();
-    json.key("identifier");
-    json.string(request.identifier);
-    json.key("title");
-    json.string(request.title);
-    if (request.body) {
-      json.key("body");
-      json.string(*request.body);
-    }
-    json.key("playsSound");
-    json.boolean(request.playsSound);
-    for (const auto& [key, value] : {std::pair{"year", request.year},
-                                     {"month", request.month},
-                                     {"day", request.day},
-                                     {"hour", request.hour},
-                                     {"minute", request.minute}}) {
-      json.key(key);
-      json.int64(value);
-    }
-    json.endObject();
-  }
-  json.endArray();
+  writeRequests(json, "pending", contents.pending);
+  writeRequests(json, "delivered", contents.delivered);
   json.endObject();
   fileSystem_.createDirectories(file_.parent_path());
   AtomicFileWriter(fileSystem_).writeString(std::string(json.text()) + "\n", file_);
@@ -172,9 +197,12 @@ void FileNotificationCenter::add(const NotificationRequest& request) {
     throw std::runtime_error("no such time: " + request.identifier);
   }
   update([&](Contents& contents) {
-    std::erase_if(contents.pending,
-                  [&](const NotificationRequest& held) { return held.identifier == request.identifier; });
+    const auto named = [&](const NotificationRequest& held) { return held.identifier == request.identifier; };
+    std::erase_if(contents.pending, named);
     contents.pending.push_back(request);
+    if (std::erase_if(contents.delivered, named) > 0) {
+      contents.deliveredChanged();
+    }
   });
 }
 
@@ -183,6 +211,19 @@ void FileNotificationCenter::removePendingRequests(std::span<const std::string> 
     std::erase_if(contents.pending, [&](const NotificationRequest& held) {
       return std::ranges::find(identifiers, held.identifier) != identifiers.end();
     });
+  });
+}
+
+std::vector<NotificationRequest> FileNotificationCenter::deliveredRequests() const {
+  return read().delivered;
+}
+
+void FileNotificationCenter::removeDeliveredRequests(std::span<const std::string> identifiers) {
+  update([&](Contents& contents) {
+    std::erase_if(contents.delivered, [&](const NotificationRequest& held) {
+      return std::ranges::find(identifiers, held.identifier) != identifiers.end();
+    });
+    contents.deliveredChanged();
   });
 }
 
@@ -213,6 +254,10 @@ std::vector<NotificationRequest> FileNotificationCenter::takeDue(Date now) {
     std::vector<NotificationRequest> requests;
     for (auto& [fires, request] : due) {
       requests.push_back(std::move(request));
+    }
+    if (!requests.empty()) {
+      contents.delivered.insert(contents.delivered.end(), requests.begin(), requests.end());
+      contents.deliveredChanged();
     }
     return requests;
   });

@@ -10,12 +10,16 @@
 
 namespace vantrel {
 
-/// Local notifications on Linux: the permission, the requests waiting for their time and the badge count
-/// live in one JSON file of the profile, which the reminders agent reads. Every change locks
-/// "<file>.lock", re-reads the file, applies itself and replaces the file atomically, so that the planner
-/// and the agent, in two processes, never lose a request. Linux has no permission prompt: asking grants.
-/// A file that cannot be understood makes every call throw std::runtime_error naming it, and is never
-/// overwritten.
+/// Local notifications on Linux: the permission, the requests waiting for their time, the ones shown and
+/// the badge count live in one JSON file of the profile, which the reminders agent reads. Every change
+/// locks "<file>.lock", re-reads the file, applies itself and replaces the file atomically, so that the
+/// planner and the agent, in two processes, never lose a request. Linux has no permission prompt: asking
+/// grants. A file that cannot be understood makes every call throw std::runtime_error naming it, and is
+/// never overwritten.
+///
+/// The badge follows what is shown, as a notification that carries a badge number sets it when it is
+/// delivered: handing requests out, adding one again (it waits again, it was not shown) and removing shown
+/// ones set it to AppIconBadge::count() of the shown ones. The newest `deliveredLimit` shown ones are kept.
 class FileNotificationCenter final : public UserNotificationCenter {
 public:
   explicit FileNotificationCenter(std::filesystem::path file,
@@ -28,11 +32,15 @@ public:
   std::vector<NotificationRequest> pendingRequests() const override;
   void add(const NotificationRequest& request) override;
   void removePendingRequests(std::span<const std::string> identifiers) override;
+  std::vector<NotificationRequest> deliveredRequests() const override;
+  void removeDeliveredRequests(std::span<const std::string> identifiers) override;
   void setBadgeCount(int count) override;
   int badgeCount() const;
 
-  /// Takes the requests whose time has come out of the file and answers them, in time order: a request
-  /// is handed out once, whichever process asks.
+  static constexpr std::size_t deliveredLimit = 100;
+
+  /// Takes the requests whose time has come out of the waiting ones and answers them, in time order, as
+  /// shown: a request is handed out once, whichever process asks.
   std::vector<NotificationRequest> takeDue(Date now);
   /// When the earliest waiting request fires; none when nothing waits.
   std::optional<Date> nextFireDate() const;

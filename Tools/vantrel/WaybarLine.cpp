@@ -49,15 +49,21 @@ std::string tooltip(const GapWidgetModel& model) {
   return text;
 }
 
+/// "1 reminder", "2 reminders".
+std::string reminders(int count) {
+  return std::to_string(count) + (count == 1 ? " reminder" : " reminders");
+}
+
 } // namespace
 
-std::string waybarLine(const GapWidgetModel& model) {
+std::string waybarLine(const GapWidgetModel& model, int badgeCount) {
+  const bool badged = badgeCount > 0;
   JSONWriter json;
   json.startObject();
   json.key("text");
-  json.string(barText(model));
+  json.string(barText(model) + (badged ? " · " + reminders(badgeCount) : ""));
   json.key("tooltip");
-  json.string(tooltip(model));
+  json.string(tooltip(model) + (badged ? "\n\n" + reminders(badgeCount) + " not seen yet" : ""));
   json.key("class");
   json.string(gapWidgetStateName(model.state));
   json.key("alt");

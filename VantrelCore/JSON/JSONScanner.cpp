@@ -6,6 +6,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <cstdint>
 #include <cstring>
 
 #if defined(__SSE2__)
@@ -44,6 +46,15 @@ bool isLowSurrogate(unsigned unit) {
 
 constexpr std::string_view byteOrderMark = "\xEF\xBB\xBF";
 
+/// Whether the full parser takes a number's text: it refuses one too big for a double, by rules of its own
+/// (an integer part of about 309 digits or more, a positive exponent past 308 and the fraction's digits).
+bool fullParserTakes(std::string_view number) {
+  rapidjson::Reader reader;
+  rapidjson::MemoryStream stream(number.data(), number.size());
+  rapidjson::BaseReaderHandler<> ignored;
+  return !reader.Parse<jsonParseFlags>(stream, ignored).IsError();
+}
+
 } // namespace
 
 JSONScanner::JSONScanner(std::string_view text) : text_(text) {
@@ -78,6 +89,15 @@ char JSONScanner::peek() {
 }
 
 void JSONScanner::expect(char character) {
+  // Compact text has the character right here; the rest, and the failure, are kept out of line.
+  if (position_ < text_.size() && text_[position_] == character) [[likely]] {
+    ++position_;
+    return;
+  }
+  expectAfterWhiteSpace(character);
+}
+
+void JSONScanner::expectAfterWhiteSpace(char character) {
   if (peek() != character) {
     fail(std::string("expected '") + character + "'");
   }
@@ -217,6 +237,7 @@ void JSONScanner::skipLiteral(std::string_view literal) {
 
 // The grammar of a number: -?(0|[1-9][0-9]*)(\.[0-9]+)?([eE][+-]?[0-9]+)?
 void JSONScanner::skipNumber() {
+  const std::size_t numberStart = position_;
   const auto digits = [&] {
     const std::size_t start = position_;
     while (position_ < text_.size() && isDigit(text_[position_])) {
@@ -236,15 +257,24 @@ void JSONScanner::skipNumber() {
   };
   next('-');
   const bool leadingZero = position_ < text_.size() && text_[position_] == '0';
-  if (digits() > 1 && leadingZero) {
+  const std::size_t integerDigits = digits();
+  if (integerDigits > 1 && leadingZero) {
     fail("bad number");
   }
   if (next('.')) {
     digits();
   }
+  std::size_t positiveExponentDigits = 0;
   if (next('e') || next('E')) {
-    next('+') || next('-');
-    digits();
+    const bool negative = !next('+') && next('-');
+    const std::size_t exponentDigits = digits();
+    positiveExponentDigits = negative ? 0 : exponentDigits;
+  }
+  // Far below the sizes the full parser refuses, every number is taken; near them, it decides.
+  if ((integerDigits >= 300 || positiveExponentDigits >= 3) &&
+      !fullParserTakes(text_.substr(numberStart, position_ - numberStart))) {
+    position_ = numberStart;
+    fail("number too big");
   }
 }
 
@@ -393,6 +423,34 @@ void JSONScanner::finish() {
   if (position_ != text_.size() || !entered_.empty()) {
     fail("unexpected content after the document");
   }
+}
+
+char JSONScanner::peekValue() {
+  return peek();
+}
+
+std::string_view JSONScanner::kindName(std::string_view valueText) {
+  switch (valueText.front()) {
+  case '"':
+    return "string";
+  case '{':
+    return "object";
+  case '[':
+    return "array";
+  case 't':
+  case 'f':
+    return "bool";
+  case 'n':
+    return "null";
+  default:
+    return isInt64(valueText) ? "integer" : "number";
+  }
+}
+
+bool JSONScanner::isInt64(std::string_view numberText) {
+  std::int64_t value = 0;
+  const auto [end, error] = std::from_chars(numberText.data(), numberText.data() + numberText.size(), value);
+  return !numberText.empty() && error == std::errc() && end == numberText.data() + numberText.size();
 }
 
 std::optional<std::string> JSONScanner::stringValue(std::string_view valueText) {

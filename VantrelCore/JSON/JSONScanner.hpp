@@ -15,11 +15,14 @@ namespace vantrel {
 /// Strings are checked as the full parser checks them: UTF-8, no raw control characters, well-formed
 /// escapes, surrogates only in pairs. Names and keys are handed out raw (escapes as written); unescaped()
 /// resolves them. Nesting deeper than maximumJSONDepth is refused, and a leading byte order mark skipped,
-/// as parseJSON does. Every fault throws DecodingError (dataCorrupted) naming the byte offset.
+/// as parseJSON does; so is a number too big for a double, as the full parser refuses it. Every fault throws
+/// DecodingError (dataCorrupted) naming the byte offset.
 class JSONScanner {
 public:
   explicit JSONScanner(std::string_view text);
 
+  /// The first character of the next value, where the scanner stands; the scanner does not move.
+  char peekValue();
   /// Reads the '{' of an object; members follow through nextMember().
   void enterObject();
   /// Moves to the next member of the innermost entered object: true with its key, the scanner standing
@@ -43,6 +46,11 @@ public:
   std::size_t valueStart();
   std::string_view textFrom(std::size_t start) const { return text_.substr(start, position_ - start); }
 
+  /// The kind of a value as skipValue() answered it, named as jsonKindName() names a parsed value's.
+  static std::string_view kindName(std::string_view valueText);
+  /// Whether a number as skipValue() answered it is one the full parser reads as a 64-bit integer: no
+  /// fraction and no exponent, and within the range.
+  static bool isInt64(std::string_view numberText);
   /// The text of a string value as skipValue() answered it, escapes resolved; none for null. Throws
   /// DecodingError (typeMismatch) for other kinds.
   static std::optional<std::string> stringValue(std::string_view valueText);
@@ -60,6 +68,7 @@ private:
   void skipWhiteSpace();
   char peek();
   void expect(char character);
+  [[gnu::noinline]] void expectAfterWhiteSpace(char character);
   void skipLiteral(std::string_view literal);
   void skipNumber();
   void skipContainer();

@@ -1,13 +1,17 @@
 #pragma once
 
+#include "VantrelCore/JSON/JSONScanner.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Model/RecordField.hpp"
 
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <type_traits>
 
 namespace vantrel {
 
@@ -88,6 +92,145 @@ template <class Record> Record decodeRecord(const rapidjson::Value& value) {
     bit <<= 1;
   });
   return record;
+}
+
+namespace detail {
+
+/// How a field's value is checked in a record's text: whether it may be null, what it must be otherwise.
+struct ScannedField {
+  std::string_view key;
+  bool isOptional = false;
+  std::string_view expected;
+  bool (*fits)(std::string_view rawValue) = nullptr;
+};
+
+template <class Value> constexpr ScannedField scannedField(std::string_view key) {
+  if constexpr (isOptionalField<Value>) {
+    auto field = scannedField<typename Value::value_type>(key);
+    field.isOptional = true;
+    return field;
+  } else if constexpr (std::is_same_v<Value, std::string>) {
+    return {key, false, "string", [](std::string_view raw) { return raw.front() == '"'; }};
+  } else if constexpr (std::is_same_v<Value, std::int64_t>) {
+    return {key, false, "integer", [](std::string_view raw) { return JSONScanner::isInt64(raw); }};
+  } else if constexpr (std::is_same_v<Value, bool>) {
+    return {key, false, "bool",
+            [](std::string_view raw) { return raw.front() == 't' || raw.front() == 'f'; }};
+  } else {
+    static_assert(std::is_same_v<Value, Date>, "a record field of a kind scanRecord() cannot check");
+    return {key, false, "number", [](std::string_view raw) {
+              return raw.front() == '-' || (raw.front() >= '0' && raw.front() <= '9');
+            }};
+  }
+}
+
+template <class Record> constexpr auto scannedFields() {
+  std::array<ScannedField, recordFieldCount<Record>()> fields{};
+  std::size_t index = 0;
+  forEachRecordField<Record>([&](const auto& field) {
+    fields[index++] = scannedField<typename std::decay_t<decltype(field)>::ValueType>(field.key);
+  });
+  return fields;
+}
+
+/// The place of the field named `key` among `fields`, `fields.size()` when none; `next`, where writers put
+/// the next field, is looked at first.
+template <std::size_t Count>
+std::size_t scannedFieldIndex(const std::array<ScannedField, Count>& fields, std::string_view key,
+                              std::size_t next) {
+  // Keys are a few letters: compared in place, as a library call for each would cost more than the
+  // comparison.
+  const auto is = [&](std::size_t index) {
+    const auto fieldKey = fields[index].key;
+    if (fieldKey.size() != key.size()) {
+      return false;
+    }
+    for (std::size_t at = 0; at < key.size(); ++at) {
+      if (fieldKey[at] != key[at]) {
+        return false;
+      }
+    }
+    return true;
+  };
+  if (next < Count && is(next)) {
+    return next;
+  }
+  std::size_t index = 0;
+  while (index < Count && !is(index)) {
+    ++index;
+  }
+  return index;
+}
+
+} // namespace detail
+
+/// The place of a field in Record::fields().
+template <class Record> constexpr std::size_t recordFieldIndex(std::string_view key) {
+  std::size_t index = 0;
+  std::size_t found = recordFieldCount<Record>();
+  forEachRecordField<Record>([&](const auto& field) {
+    if (field.key == key) {
+      found = index;
+    }
+    ++index;
+  });
+  return found;
+}
+
+/// Reads the record the scanner stands before and refuses it exactly where decodeRecord() refuses it,
+/// without building it: a value that is no object, a field's key given twice, a value of the wrong kind, a
+/// required field missing. Unknown keys are skipped (their values checked as JSON). Calls
+/// onField(index, rawValue) for every field it holds, the index the field's place in Record::fields().
+/// Throws DecodingError whose coding path is the key.
+template <class Record, class OnField> void scanRecord(JSONScanner& scanner, OnField&& onField) {
+  static constexpr auto fields = detail::scannedFields<Record>();
+  static_assert(fields.size() <= 32);
+  if (scanner.peekValue() != '{') {
+    throw DecodingError(DecodingError::Kind::typeMismatch, "",
+                        std::string(Record::typeName) + " must be a JSON object, got " +
+                            std::string(JSONScanner::kindName(scanner.skipValue())));
+  }
+  scanner.enterObject();
+  std::uint32_t seen = 0;
+  std::size_t next = 0;
+  std::string_view rawKey;
+  while (scanner.nextMember(rawKey)) {
+    // Keys are compared as written; only one that holds an escape, which no field's key does, is resolved.
+    std::string unescapedKey;
+    std::string_view key = rawKey;
+    std::size_t index = detail::scannedFieldIndex(fields, key, next);
+    if (index == fields.size() && rawKey.find('\\') != std::string_view::npos) {
+      unescapedKey = JSONScanner::unescaped(rawKey);
+      key = unescapedKey;
+      index = detail::scannedFieldIndex(fields, key, next);
+    }
+    const auto value = scanner.skipValue();
+    if (index == fields.size()) {
+      continue;
+    }
+    const auto& field = fields[index];
+    if (seen & (1u << index)) {
+      throw DecodingError(DecodingError::Kind::dataCorrupted, std::string(key),
+                          std::string(Record::typeName) + " has key '" + std::string(key) +
+                              "' more than once");
+    }
+    if (!(field.isOptional && value == "null") && !field.fits(value)) {
+      throw DecodingError(DecodingError::Kind::typeMismatch, std::string(key),
+                          std::string(Record::typeName) + " key '" + std::string(key) + "': expected " +
+                              std::string(field.expected) + ", got " +
+                              std::string(JSONScanner::kindName(value)));
+    }
+    seen |= 1u << index;
+    next = index + 1;
+    onField(index, value);
+  }
+  for (std::size_t index = 0; index < fields.size(); ++index) {
+    if (!fields[index].isOptional && !(seen & (1u << index))) {
+      throw DecodingError(DecodingError::Kind::keyNotFound, std::string(fields[index].key),
+                          std::string(Record::typeName) + " is missing required key '" +
+                              std::string(fields[index].key) + "'");
+    }
+  }
 }
 
 template <class Record> Record decodeRecordJSON(std::string_view text) {

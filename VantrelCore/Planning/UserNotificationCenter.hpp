@@ -9,8 +9,8 @@
 
 namespace vantrel {
 
-/// The platform's local notifications: permission, the requests waiting for their time, and the number
-/// on the application's icon. Calls throw std::runtime_error when the platform refuses.
+/// The platform's local notifications: permission, the requests waiting for their time, the ones shown,
+/// and the number on the application's icon. Calls throw std::runtime_error when the platform refuses.
 class UserNotificationCenter {
 public:
   virtual ~UserNotificationCenter() = default;
@@ -21,6 +21,9 @@ public:
   virtual std::vector<NotificationRequest> pendingRequests() const = 0;
   virtual void add(const NotificationRequest& request) = 0;
   virtual void removePendingRequests(std::span<const std::string> identifiers) = 0;
+  /// The notifications shown and still in the user's notification list, oldest first.
+  virtual std::vector<NotificationRequest> deliveredRequests() const = 0;
+  virtual void removeDeliveredRequests(std::span<const std::string> identifiers) = 0;
   virtual void setBadgeCount(int count) = 0;
 };
 

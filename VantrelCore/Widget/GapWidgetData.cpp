@@ -2,96 +2,81 @@
 
 #include "VantrelCore/JSON/JSONScanner.hpp"
 #include "VantrelCore/JSON/RecordJSON.hpp"
+#include "VantrelCore/Model/AreaSectionRecord.hpp"
+#include "VantrelCore/Model/DayRecord.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
+#include "VantrelCore/Model/InboxItemRecord.hpp"
+#include "VantrelCore/Model/ProjectRecord.hpp"
+#include "VantrelCore/Model/ProjectSectionRecord.hpp"
+#include "VantrelCore/Model/SchemaVersionRecord.hpp"
+#include "VantrelCore/Model/SharingUserNameRecord.hpp"
+#include "VantrelCore/Model/UserProjectSectionStateRecord.hpp"
 
+#include <array>
 #include <charconv>
-#include <functional>
 #include <optional>
 #include <set>
+#include <vector>
 
 namespace vantrel {
 namespace {
 
-/// One record of a map as it stands in the text: its key, and its object's text.
+/// One record of a map as it stands in the text: the key it is filed under (raw), and its object's text.
 struct RecordSpan {
   std::string_view key;
   std::string_view text;
-  /// Whether the object holds no object or array, so that its fields can be found by searching its text.
-  bool isFlat = true;
 };
 
-/// Finds a key's quoted text in record after record: the searcher's table is made once per key.
-struct KeySearch {
-  explicit KeySearch(std::string_view key)
-      : quoted("\"" + std::string(key) + "\""), searcher(quoted.begin(), quoted.end()) {}
-  KeySearch(const KeySearch&) = delete;
-  KeySearch& operator=(const KeySearch&) = delete;
+template <class Record> using FieldValues = std::array<std::string_view, recordFieldCount<Record>()>;
 
-  std::string quoted;
-  std::boyer_moore_horspool_searcher<std::string::const_iterator> searcher;
-};
-
-/// The raw text of the value of a key in the text of a flat object the scanner has skipped; empty when the
-/// object has no such key. A match counts only where a key can stand, after '{' or ',' and before ':'.
-/// Inside a string every quote is escaped, so a string that merely contains the key's text never matches.
-std::string_view flatObjectValue(std::string_view object, const KeySearch& key) {
-  const auto isSpace = [](char character) {
-    return character == ' ' || character == '\n' || character == '\r' || character == '\t';
-  };
-  auto from = object.begin();
-  for (;;) {
-    const auto [found, end] = key.searcher(from, object.end());
-    if (found == object.end()) {
-      return {};
-    }
-    auto before = static_cast<std::size_t>(found - object.begin());
-    while (before > 0 && isSpace(object[before - 1])) {
-      --before;
-    }
-    auto after = static_cast<std::size_t>(end - object.begin());
-    while (after < object.size() && isSpace(object[after])) {
-      ++after;
-    }
-    if (before > 0 && (object[before - 1] == '{' || object[before - 1] == ',') && after < object.size() &&
-        object[after] == ':') {
-      JSONScanner value(object.substr(after + 1));
-      return value.skipValue();
-    }
-    from = found + 1;
+/// A record must be filed under its own name, as the snapshot's decode requires. Both are compared as
+/// written unless one holds an escape.
+void checkFiledUnderItsName(std::string_view rawKey, std::string_view nameValue) {
+  const auto rawName = nameValue.substr(1, nameValue.size() - 2);
+  if (rawName == rawKey) {
+    return;
+  }
+  const auto name = JSONScanner::unescaped(rawName);
+  const auto key = JSONScanner::unescaped(rawKey);
+  if (name != key) {
+    throw DecodingError(DecodingError::Kind::dataCorrupted, "",
+                        "record '" + name + "' is filed under '" + key + "'");
   }
 }
 
-/// The raw text of the value of a key in a record, empty when the record has none. A record that nests
-/// (which no writer of ours makes) is walked member by member.
-std::string_view fieldOf(const RecordSpan& record, const KeySearch& key) {
-  if (record.isFlat) {
-    return flatObjectValue(record.text, key);
-  }
-  JSONScanner members(record.text);
-  members.enterObject();
-  std::string_view field;
-  std::string_view found;
-  while (members.nextMember(field)) {
-    const auto value = members.skipValue();
-    found = "\"" + std::string(field) + "\"" == key.quoted ? value : found;
-  }
-  return found;
-}
-
-/// Walks one record map, handing each record to `onRecord`. Records are skipped whole, the fast way; the
-/// few fields a reader looks at are found in the skipped text when it asks for them.
-template <class OnRecord>
+/// Walks one record map, checking every record as the snapshot's decode checks it, and hands each to
+/// onRecord(span, values): the raw value of each of its fields by the field's place in Record::fields(),
+/// empty where the record has none. Errors name the map and the record.
+template <class Record, class OnRecord>
 void forEachRecord(JSONScanner& scanner, std::string_view mapKey, OnRecord onRecord) {
+  static constexpr auto nameIndex = recordFieldIndex<Record>("recordName");
+  FieldValues<Record> values;
+  std::optional<std::string_view> recordKey;
   try {
+    if (scanner.peekValue() != '{') {
+      throw DecodingError(DecodingError::Kind::typeMismatch, "",
+                          "expected object, got " + std::string(JSONScanner::kindName(scanner.skipValue())));
+    }
     scanner.enterObject();
     std::string_view key;
     while (scanner.nextMember(key)) {
-      const auto text = scanner.skipBalanced();
-      onRecord(RecordSpan{key, text, scanner.lastSkipDepth() <= 1});
+      recordKey = key;
+      values.fill({});
+      const auto start = scanner.valueStart();
+      scanRecord<Record>(scanner, [&](std::size_t index, std::string_view value) { values[index] = value; });
+      checkFiledUnderItsName(key, values[nameIndex]);
+      onRecord(RecordSpan{key, scanner.textFrom(start)}, values);
+      recordKey.reset();
     }
   } catch (const DecodingError& error) {
-    throw error.nestedIn(std::string(mapKey));
+    throw error.nestedIn(std::string(mapKey) +
+                         (recordKey ? "/" + JSONScanner::unescaped(*recordKey) : std::string()));
   }
+}
+
+/// Checks a record map the widget takes nothing from.
+template <class Record> void checkRecords(JSONScanner& scanner, std::string_view mapKey) {
+  forEachRecord<Record>(scanner, mapKey, [](const RecordSpan&, const FieldValues<Record>&) {});
 }
 
 template <class Record> Record decodeSpan(std::string_view mapKey, const RecordSpan& span) {
@@ -127,6 +112,24 @@ std::optional<double> numberField(std::string_view value) {
   return number;
 }
 
+// The fields the widget looks at before it decodes a record, by their place in the record's fields.
+constexpr auto gapDayRef = recordFieldIndex<GapRecord>("dayRef");
+constexpr auto scheduleDate = recordFieldIndex<UserTaskScheduleRecord>("date");
+constexpr auto scheduleGapTime = recordFieldIndex<UserTaskScheduleRecord>("gapTime");
+constexpr auto scheduleUser = recordFieldIndex<UserTaskScheduleRecord>("userRef");
+constexpr auto placementProject = recordFieldIndex<UserProjectPlacementRecord>("projectRef");
+constexpr auto placementUser = recordFieldIndex<UserProjectPlacementRecord>("userRef");
+constexpr auto taskParent = recordFieldIndex<TaskRecord>("parentTaskRef");
+
+/// A top-level value that must be a 64-bit integer.
+void checkInteger(JSONScanner& scanner, std::string_view key) {
+  const auto value = scanner.skipValue();
+  if (!JSONScanner::isInt64(value)) {
+    throw DecodingError(DecodingError::Kind::typeMismatch, std::string(key),
+                        "expected integer, got " + std::string(JSONScanner::kindName(value)));
+  }
+}
+
 } // namespace
 
 GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarDate& day) {
@@ -136,51 +139,83 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
   const auto planDay = CalendarDate::localDayOf(day.noonUTC());
   const auto dayStart = planDay.localTime(0, 0);
   const auto nextDayStart = planDay.adding(1).localTime(0, 0);
-  const KeySearch dayRefKey("dayRef"), dateKey("date"), gapTimeKey("gapTime"), userRefKey("userRef"),
-      projectRefKey("projectRef"), parentTaskRefKey("parentTaskRef");
 
-  // One pass over the file keeps the few records of the day and the place of the task map: which tasks
-  // matter is known only from the schedules, and a map's position in the file is not fixed.
+  // One pass over the file checks every record as the planner's decode does, so that the widget refuses
+  // what the planner refuses, and keeps the few records of the day and the place of the task maps, which
+  // are checked as they are walked once the schedules tell which tasks matter (a map's position in the
+  // file is not fixed).
+  struct Kept {
+    RecordSpan span;
+    std::string_view projectRef{};
+    std::string_view userRef{};
+    std::string_view gapTime{};
+  };
   GapWidgetData data;
-  std::string_view taskMap;
+  std::vector<std::string_view> taskMaps;
   std::vector<RecordSpan> gapSpans;
-  std::vector<RecordSpan> placementSpans;
-  std::vector<RecordSpan> scheduleSpans;
+  std::vector<Kept> placements;
+  std::vector<Kept> schedules;
   std::unordered_set<std::string> projectKeys;
   JSONScanner scanner(snapshotText);
+  if (scanner.peekValue() != '{') {
+    throw DecodingError(DecodingError::Kind::typeMismatch, "",
+                        "expected object, got " + std::string(JSONScanner::kindName(scanner.skipValue())));
+  }
   scanner.enterObject();
-  std::string_view key;
-  while (scanner.nextMember(key)) {
-    if (key == "currentUserRef") {
+  std::string_view rawKey;
+  while (scanner.nextMember(rawKey)) {
+    const std::string key = JSONScanner::unescaped(rawKey);
+    if (key == "snapshotVersion" || key == "localCommit") {
+      checkInteger(scanner, key);
+    } else if (key == "currentUserRef") {
       data.currentUserRef = JSONScanner::unescaped(scanner.readString());
+    } else if (key == "schemaVersion") {
+      DecodingError::within(key, [&] { scanRecord<SchemaVersionRecord>(scanner, [](std::size_t, auto) {}); });
     } else if (key == "areas") {
-      forEachRecord(scanner, key, [&](const RecordSpan& span) {
+      forEachRecord<AreaRecord>(scanner, key, [&](const RecordSpan& span, const auto&) {
         auto area = decodeSpan<AreaRecord>(key, span);
         data.areas.emplace(area.recordName, std::move(area));
       });
     } else if (key == "projects") {
-      forEachRecord(scanner, key,
-                    [&](const RecordSpan& span) { projectKeys.insert(JSONScanner::unescaped(span.key)); });
+      forEachRecord<ProjectRecord>(scanner, key, [&](const RecordSpan& span, const auto&) {
+        projectKeys.insert(JSONScanner::unescaped(span.key));
+      });
     } else if (key == "tasks") {
-      taskMap = scanner.skipBalanced();
+      // Only found here, the fast way; the walk below checks its records.
+      taskMaps.push_back(scanner.skipBalanced());
     } else if (key == "gaps") {
-      forEachRecord(scanner, key, [&](const RecordSpan& span) {
-        if (isString(fieldOf(span, dayRefKey), dayText)) {
+      forEachRecord<GapRecord>(scanner, key, [&](const RecordSpan& span, const auto& values) {
+        if (isString(values[gapDayRef], dayText)) {
           gapSpans.push_back(span);
         }
       });
     } else if (key == "userProjectPlacements") {
-      forEachRecord(scanner, key, [&](const RecordSpan& span) { placementSpans.push_back(span); });
+      forEachRecord<UserProjectPlacementRecord>(
+          scanner, key, [&](const RecordSpan& span, const auto& values) {
+            placements.push_back({span, values[placementProject], values[placementUser]});
+          });
     } else if (key == "userTaskSchedules") {
-      forEachRecord(scanner, key, [&](const RecordSpan& span) {
-        const auto date = numberField(fieldOf(span, dateKey));
-        if (dayStart && nextDayStart && date && *date >= dayStart->secondsSinceReferenceDate &&
-            *date < nextDayStart->secondsSinceReferenceDate) {
-          scheduleSpans.push_back(span);
+      forEachRecord<UserTaskScheduleRecord>(scanner, key, [&](const RecordSpan& span, const auto& values) {
+        const auto planned = numberField(values[scheduleDate]);
+        if (dayStart && nextDayStart && planned && *planned >= dayStart->secondsSinceReferenceDate &&
+            *planned < nextDayStart->secondsSinceReferenceDate) {
+          schedules.push_back({span, {}, values[scheduleUser], values[scheduleGapTime]});
         }
       });
+    } else if (key == "projectSections") {
+      checkRecords<ProjectSectionRecord>(scanner, key);
+    } else if (key == "areaSections") {
+      checkRecords<AreaSectionRecord>(scanner, key);
+    } else if (key == "days") {
+      checkRecords<DayRecord>(scanner, key);
+    } else if (key == "inbox") {
+      checkRecords<InboxItemRecord>(scanner, key);
+    } else if (key == "userProjectSectionStates") {
+      checkRecords<UserProjectSectionStateRecord>(scanner, key);
+    } else if (key == "sharingUserNames") {
+      checkRecords<SharingUserNameRecord>(scanner, key);
     } else {
-      scanner.skipBalanced();
+      scanner.skipValue();
     }
   }
   scanner.finish();
@@ -197,42 +232,42 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
     }
     data.gaps.push_back(std::move(gap));
   }
-  const auto namesAGap = [&](const std::string& gapTime) {
-    const auto minutes = GapRecord::minutesOfDay(gapTime);
-    return minutes ? gapMinutes.contains(*minutes) : unreadableGapTimes.contains(gapTime);
+  const auto namesAGap = [&](const std::string& time) {
+    const auto minutes = GapRecord::minutesOfDay(time);
+    return minutes ? gapMinutes.contains(*minutes) : unreadableGapTimes.contains(time);
   };
   // The day plan's rule: the user's schedules whose date falls on the day, here those that name the time
   // of one of its gaps.
-  for (const auto& span : scheduleSpans) {
-    const auto gapTime = stringField(fieldOf(span, gapTimeKey));
-    if (gapTime && namesAGap(*gapTime) && isString(fieldOf(span, userRefKey), data.currentUserRef)) {
-      auto schedule = decodeSpan<UserTaskScheduleRecord>("userTaskSchedules", span);
+  for (const auto& kept : schedules) {
+    const auto time = stringField(kept.gapTime);
+    if (time && namesAGap(*time) && isString(kept.userRef, data.currentUserRef)) {
+      auto schedule = decodeSpan<UserTaskScheduleRecord>("userTaskSchedules", kept.span);
       data.schedules.insert_or_assign(schedule.taskRef, std::move(schedule));
     }
   }
 
   std::unordered_set<std::string> plannedTasks;
   std::vector<RecordSpan> subtaskSpans;
-  if (!taskMap.empty()) {
+  for (const auto taskMap : taskMaps) {
     JSONScanner tasks(taskMap);
-    forEachRecord(tasks, "tasks", [&](const RecordSpan& span) {
-      if (const auto parent = stringField(fieldOf(span, parentTaskRefKey))) {
+    forEachRecord<TaskRecord>(tasks, "tasks", [&](const RecordSpan& span, const auto& values) {
+      if (const auto parent = stringField(values[taskParent])) {
         if (data.schedules.contains(*parent)) {
           subtaskSpans.push_back(span);
         }
       } else if (data.schedules.contains(JSONScanner::unescaped(span.key))) {
         auto task = decodeSpan<TaskRecord>("tasks", span);
         plannedTasks.insert(task.recordName);
-        data.tasks.emplace(task.recordName, std::move(task));
+        data.tasks.insert_or_assign(task.recordName, std::move(task));
       }
     });
+    tasks.finish();
   }
   std::erase_if(data.schedules, [&](const auto& entry) { return !plannedTasks.contains(entry.first); });
   for (const auto& span : subtaskSpans) {
     auto subtask = decodeSpan<TaskRecord>("tasks", span);
-    // The text search found a parent reference; the record may still decode without one.
-    if (subtask.parentTaskRef && plannedTasks.contains(*subtask.parentTaskRef)) {
-      data.tasks.emplace(subtask.recordName, std::move(subtask));
+    if (plannedTasks.contains(*subtask.parentTaskRef)) {
+      data.tasks.insert_or_assign(subtask.recordName, std::move(subtask));
     }
   }
 
@@ -247,13 +282,12 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
       data.heldProjects.insert(project);
     }
   }
-  for (const auto& span : placementSpans) {
-    const auto project = stringField(fieldOf(span, projectRefKey));
-    if (!project || !projects.contains(*project) ||
-        !isString(fieldOf(span, userRefKey), data.currentUserRef)) {
+  for (const auto& kept : placements) {
+    const auto project = stringField(kept.projectRef);
+    if (!project || !projects.contains(*project) || !isString(kept.userRef, data.currentUserRef)) {
       continue;
     }
-    auto placement = decodeSpan<UserProjectPlacementRecord>("userProjectPlacements", span);
+    auto placement = decodeSpan<UserProjectPlacementRecord>("userProjectPlacements", kept.span);
     const auto [existing, inserted] = data.placements.emplace(*project, placement);
     if (!inserted && placement.recordName < existing->second.recordName) {
       existing->second = std::move(placement);

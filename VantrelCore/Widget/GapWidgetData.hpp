@@ -18,9 +18,10 @@ namespace vantrel {
 /// What the widget needs of the cache snapshot for one day: the day's gaps and, for the tasks planned
 /// into them, the records that list and order them.
 ///
-/// read() takes it from the snapshot's text without decoding the whole file: one pass checks the
-/// document's grammar and notes where each record stands; only the records kept are decoded, and strictly.
-/// A large account's snapshot is therefore read in a fraction of a full decode's time and memory.
+/// read() takes it from the snapshot's text without decoding the whole file: one pass checks every record
+/// as the planner's decode does, without building it, and notes where the records of the day stand; only
+/// the records kept are decoded. A large account's snapshot is therefore read in a fraction of a full
+/// decode's time and memory, and a file the planner would refuse is refused here too.
 struct GapWidgetData {
   std::string currentUserRef{};
   /// The day's gaps, in no set order.
@@ -38,8 +39,9 @@ struct GapWidgetData {
   /// with the user, whose records live in the shared store.
   std::unordered_set<std::string> heldProjects{};
 
-  /// Throws DecodingError when the text is not a snapshot: bad JSON anywhere, a top-level value of the
-  /// wrong kind, or a kept record that does not decode.
+  /// Throws DecodingError wherever CloudKitCacheSnapshot::decodeJSON() does: bad JSON anywhere, a
+  /// top-level value of the wrong kind, a record of any map that does not decode or is filed under another
+  /// name than its own.
   static GapWidgetData read(std::string_view snapshotText, const CalendarDate& day);
 };
 

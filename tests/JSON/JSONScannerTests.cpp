@@ -86,6 +86,20 @@ TEST(JSONScanner, TheCheckedSkipAcceptsWhatTheParserAccepts) {
   for (const auto& text : texts) {
     EXPECT_EQ(scannerAccepts(text), parserAccepts(text)) << text;
   }
+  // Numbers too big for a double, refused by the parser's own rules, and numbers as big that it takes.
+  const std::string numbers[] = {R"(1e309)",
+                                 R"(-1e400)",
+                                 R"(0e99999999999)",
+                                 R"(1e+0309)",
+                                 R"(1.0000e309)",
+                                 R"(10e308)",
+                                 R"(1e-400)",
+                                 R"(1e308)",
+                                 "1" + std::string(320, '0'),
+                                 "1" + std::string(299, '0') + ".5e9"};
+  for (const auto& number : numbers) {
+    EXPECT_EQ(scannerAccepts(number), parserAccepts(number)) << number;
+  }
 }
 
 TEST(JSONScanner, WalksMembersAndHandsOutRawValues) {

@@ -1,5 +1,6 @@
 #include "Linux/FileNotificationCenter.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Planning/AppIconBadge.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 #include "tests/Support/TemporaryFolder.hpp"
 
@@ -62,6 +63,59 @@ TEST_F(FileNotificationCenterTest, ADueRequestIsHandedOutOnce) {
   EXPECT_EQ(due[1].identifier, "vt.gap.noon");
   EXPECT_TRUE(planner.takeDue(afternoon).empty());
   EXPECT_EQ(planner.pendingRequests().size(), 1u);
+}
+
+// Handed out means shown: the badge follows the shown gap reminders until they are seen or wait again.
+TEST_F(FileNotificationCenterTest, TheBadgeFollowsTheRemindersShownUntilTheyAreSeen) {
+  FileNotificationCenter planner(file_);
+  FileNotificationCenter agent(file_);
+  planner.add(at("vt.gap.morning", 9));
+  planner.add(at("vt.gap.noon", 12));
+  planner.add(at("other.kind", 10));
+  planner.add(at("vt.gap.late", 18));
+  const auto shownIdentifiers = [&] {
+    std::vector<std::string> identifiers;
+    for (const auto& request : planner.deliveredRequests()) {
+      identifiers.push_back(request.identifier);
+    }
+    return identifiers;
+  };
+  EXPECT_EQ(agent.takeDue(*CalendarDate{2026, 3, 7}.localTime(11)).size(), 2u);
+  EXPECT_EQ(shownIdentifiers(), (std::vector<std::string>{"vt.gap.morning", "other.kind"}));
+  EXPECT_EQ(planner.badgeCount(), 1) << "only gap reminders count";
+  EXPECT_EQ(AppIconBadge::count(planner), 1);
+  agent.takeDue(*CalendarDate{2026, 3, 7}.localTime(12));
+  EXPECT_EQ(planner.badgeCount(), 2);
+
+  // One the desktop could not show waits again and leaves the badge.
+  agent.add(at("vt.gap.noon", 12));
+  EXPECT_EQ(planner.badgeCount(), 1);
+  EXPECT_EQ(planner.pendingRequests().size(), 2u);
+
+  AppIconBadge(planner).markSeen();
+  EXPECT_EQ(shownIdentifiers(), std::vector<std::string>{"other.kind"});
+  EXPECT_EQ(agent.badgeCount(), 0);
+  EXPECT_EQ(agent.pendingRequests().size(), 2u) << "what still waits is not seen";
+
+  // A badge nobody clears stays bounded: the newest shown are kept.
+  for (int minute = 0; minute < 59; ++minute) {
+    for (int hour = 19; hour < 22; ++hour) {
+      planner.add(at("vt.gap." + std::to_string(hour) + "-" + std::to_string(minute), hour, minute));
+    }
+  }
+  agent.takeDue(*CalendarDate{2026, 3, 8}.localTime(0));
+  EXPECT_EQ(planner.deliveredRequests().size(), FileNotificationCenter::deliveredLimit);
+  EXPECT_EQ(planner.deliveredRequests().back().identifier, "vt.gap.21-58");
+  EXPECT_EQ(planner.badgeCount(), int(FileNotificationCenter::deliveredLimit));
+}
+
+TEST_F(FileNotificationCenterTest, AFileFromBeforeShownRemindersWereKeptReadsAsNoneShown) {
+  std::filesystem::create_directories(file_.parent_path());
+  std::ofstream(file_) << R"({"authorization":"granted","badge":0,"pending":[]})";
+  FileNotificationCenter center(file_);
+  EXPECT_TRUE(center.deliveredRequests().empty());
+  center.add(at("vt.gap.a", 9));
+  EXPECT_EQ(center.pendingRequests().size(), 1u);
 }
 
 TEST_F(FileNotificationCenterTest, TwoProcessesAddingAtOnceLoseNothing) {

@@ -85,92 +85,36 @@ TEST_F(GapEndDerivationTest, AGapWithoutAnEndIsCurrentUntilTheDayStartsOrEnds) {
 // Gap starts and the day's start are times on the clock of their day, also on the days the clocks change;
 // and a gap that has begun ends the open-ended one before it.
 TEST_F(GapEndDerivationTest, ClockChangeDaysAndLaterGapsEndOpenEndedOnes) {
+  const char* newYork = "America/New_York";
+  const char* berlin = "Europe/Berlin";
+  const CalendarDate newYorkForward{2026, 3, 8}, newYorkBack{2026, 11, 1};
+  const CalendarDate berlinForward{2026, 3, 29}, berlinBack{2026, 10, 25};
+  struct Until {
+    int dayOffset;
+    int hour;
+    int minute;
+  };
   const struct {
-    const char* name;
     const char* zone;
     CalendarDate day;
     std::int64_t dayStartHour;
     std::int64_t dayEndHour;
     std::vector<std::string> times;
     std::string asked;
-    int untilDayOffset;
-    int untilHour;
-    int untilMinute;
+    Until until;
   } cases[] = {
-      {"New York falls back", "America/New_York", {2026, 11, 1}, 8, 20, {"07:30", "09:00"}, "07:30", 0, 8, 0},
-      {"New York falls back, inside",
-       "America/New_York",
-       {2026, 11, 1},
-       8,
-       20,
-       {"07:30", "09:00"},
-       "09:00",
-       0,
-       20,
-       0},
-      {"New York falls back, before the hour repeats",
-       "America/New_York",
-       {2026, 11, 1},
-       8,
-       20,
-       {"00:30"},
-       "00:30",
-       0,
-       8,
-       0},
-      {"New York springs forward",
-       "America/New_York",
-       {2026, 3, 8},
-       8,
-       20,
-       {"07:30", "09:00"},
-       "07:30",
-       0,
-       8,
-       0},
-      {"New York springs forward, after the day",
-       "America/New_York",
-       {2026, 3, 8},
-       8,
-       20,
-       {"21:00"},
-       "21:00",
-       1,
-       0,
-       0},
-      {"Berlin springs forward", "Europe/Berlin", {2026, 3, 29}, 8, 20, {"06:00", "09:00"}, "06:00", 0, 8, 0},
-      {"Berlin falls back", "Europe/Berlin", {2026, 10, 25}, 8, 20, {"06:00"}, "06:00", 0, 8, 0},
+      // The day starts at 8:00 on the clock, not eight hours after midnight (7:00 or 9:00 on these days).
+      {newYork, newYorkBack, 8, 20, {"07:30", "09:00"}, "07:30", {0, 8, 0}},
+      {newYork, newYorkBack, 8, 20, {"07:30", "09:00"}, "09:00", {0, 20, 0}},
+      {newYork, newYorkBack, 8, 20, {"00:30"}, "00:30", {0, 8, 0}},
+      {newYork, newYorkForward, 8, 20, {"07:30", "09:00"}, "07:30", {0, 8, 0}},
+      {newYork, newYorkForward, 8, 20, {"21:00"}, "21:00", {1, 0, 0}},
+      {berlin, berlinForward, 8, 20, {"06:00", "09:00"}, "06:00", {0, 8, 0}},
+      {berlin, berlinBack, 8, 20, {"06:00"}, "06:00", {0, 8, 0}},
       // With an empty window nothing derives an end; the next gap to begin still ends this one.
-      {"empty window, before the day start",
-       "America/New_York",
-       {2026, 11, 1},
-       21,
-       9,
-       {"06:00", "10:00"},
-       "06:00",
-       0,
-       10,
-       0},
-      {"empty window, after the day start",
-       "America/New_York",
-       {2026, 11, 1},
-       21,
-       9,
-       {"22:00", "23:15"},
-       "22:00",
-       0,
-       23,
-       15},
-      {"empty window, the last gap",
-       "America/New_York",
-       {2026, 11, 1},
-       21,
-       9,
-       {"22:00", "23:15"},
-       "23:15",
-       1,
-       0,
-       0},
+      {newYork, newYorkBack, 21, 9, {"06:00", "10:00"}, "06:00", {0, 10, 0}},
+      {newYork, newYorkBack, 21, 9, {"22:00", "23:15"}, "22:00", {0, 23, 15}},
+      {newYork, newYorkBack, 21, 9, {"22:00", "23:15"}, "23:15", {1, 0, 0}},
   };
   for (const auto& c : cases) {
     testing::ScopedDeviceSettings zone(c.zone);
@@ -182,11 +126,12 @@ TEST_F(GapEndDerivationTest, ClockChangeDaysAndLaterGapsEndOpenEndedOnes) {
     }
     const auto asked =
         GapRecord{.recordName = "g-" + c.asked, .dayRef = c.day.description(), .time = c.asked};
-    const auto expected = at(c.untilHour, c.untilMinute, c.day.adding(c.untilDayOffset));
-    EXPECT_EQ(GapEndDerivation::currentUntil(asked, c.day, gaps, {}, preferences_), expected) << c.name;
+    const auto expected = at(c.until.hour, c.until.minute, c.day.adding(c.until.dayOffset));
+    EXPECT_EQ(GapEndDerivation::currentUntil(asked, c.day, gaps, {}, preferences_), expected)
+        << c.zone << " " << c.day << " " << c.asked;
     const auto each = GapEndDerivation::currentUntilEach(gaps, c.day, {}, preferences_);
     const auto index = std::size_t(std::ranges::find(c.times, c.asked) - c.times.begin());
-    EXPECT_EQ(each.at(index), expected) << c.name;
+    EXPECT_EQ(each.at(index), expected) << c.zone << " " << c.day << " " << c.asked;
   }
 }
 

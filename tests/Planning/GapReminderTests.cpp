@@ -136,5 +136,23 @@ TEST_F(GapReminderTest, TheBadgeAsksOnceAndShowsTheCount) {
   EXPECT_TRUE(log.contains("Mac dock badge → 3"));
 }
 
+// The badge counts the gap reminders shown and not yet seen; showing Today sees them.
+TEST_F(GapReminderTest, TheBadgeCountsShownGapRemindersUntilTodayIsSeen) {
+  center_.pending = {{.identifier = "vt.gap.g-later.2026-03-07"}};
+  center_.delivered = {{.identifier = "vt.gap.g-1.2026-03-07"},
+                       {.identifier = "other.kind"},
+                       {.identifier = "vt.gap.g-2.2026-03-07"}};
+  EXPECT_EQ(AppIconBadge::count(center_), 2) << "waiting reminders and other kinds do not count";
+  AppIconBadge badge(center_);
+  center_.badge = 2;
+  testing::ScopedLogCapture log;
+  badge.markSeen();
+  EXPECT_EQ(identifiers(center_.delivered), std::vector<std::string>{"other.kind"});
+  EXPECT_EQ(identifiers(center_.pending), std::vector<std::string>{"vt.gap.g-later.2026-03-07"});
+  EXPECT_EQ(AppIconBadge::count(center_), 0);
+  EXPECT_EQ(center_.badge, 0);
+  EXPECT_TRUE(log.contains("Marked 2 gap reminders seen"));
+}
+
 } // namespace
 } // namespace vantrel

@@ -15,6 +15,7 @@ public:
   /// What requestAuthorization() turns the status into.
   NotificationAuthState grantedOnRequest = NotificationAuthState::granted;
   std::vector<NotificationRequest> pending;
+  std::vector<NotificationRequest> delivered;
   /// Identifiers whose add fails.
   std::set<std::string> refusing;
   int badge = 0;
@@ -35,6 +36,12 @@ public:
   }
   void removePendingRequests(std::span<const std::string> identifiers) override {
     std::erase_if(pending, [&](const NotificationRequest& held) {
+      return std::ranges::find(identifiers, held.identifier) != identifiers.end();
+    });
+  }
+  std::vector<NotificationRequest> deliveredRequests() const override { return delivered; }
+  void removeDeliveredRequests(std::span<const std::string> identifiers) override {
+    std::erase_if(delivered, [&](const NotificationRequest& held) {
       return std::ranges::find(identifiers, held.identifier) != identifiers.end();
     });
   }

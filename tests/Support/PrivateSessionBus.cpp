@@ -104,19 +104,25 @@ void RecordingNotificationServer::serve(const std::string& busAddress) {
             sd_bus_message_read(call, "susss", &appName, &replaces, &icon, &summary, &body);
             sd_bus_message_skip(call, "as");
             bool withSound = false;
+            std::optional<int> badgeCount;
             sd_bus_message_enter_container(call, 'a', "{sv}");
             while (sd_bus_message_enter_container(call, 'e', "sv") > 0) {
               const char* key = nullptr;
               sd_bus_message_read(call, "s", &key);
               withSound = withSound || std::strcmp(key, "sound-name") == 0;
-              sd_bus_message_skip(call, "v");
+              if (std::int32_t count = 0; std::strcmp(key, "x-vantrel-badge-count") == 0 &&
+                                          sd_bus_message_read(call, "v", "i", &count) > 0) {
+                badgeCount = count;
+              } else {
+                sd_bus_message_skip(call, "v");
+              }
               sd_bus_message_exit_container(call);
             }
             sd_bus_message_exit_container(call);
             std::uint32_t id = 0;
             {
               const std::lock_guard lock(server->mutex_);
-              server->shown_.push_back({appName, summary, body, withSound});
+              server->shown_.push_back({appName, summary, body, withSound, badgeCount});
               id = std::uint32_t(server->shown_.size());
             }
             return sd_bus_reply_method_return(call, "u", id);

@@ -34,6 +34,8 @@ public:
     std::string summary;
     std::string body;
     bool withSound = false;
+    /// The "x-vantrel-badge-count" hint.
+    std::optional<int> badgeCount{};
   };
 
   explicit RecordingNotificationServer(const std::string& busAddress);

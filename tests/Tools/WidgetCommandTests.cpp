@@ -1,4 +1,5 @@
 #include "Tools/vantrel/CommandLine.hpp"
+#include "Tools/vantrel/WaybarLine.hpp"
 #include "VantrelCore/JSON/JSONValue.hpp"
 #include "tests/Support/CommandLineRun.hpp"
 #include "tests/Support/FaultInjectingFileSystem.hpp"
@@ -76,6 +77,34 @@ TEST_F(WidgetCommandTest, TheEntryProgramPrintsTheTimelineEntriesAndAStatusLine)
   EXPECT_EQ(widget("--at 2026-03-07T21:00 --waybar"),
             R"({"text":"No more gaps today","tooltip":"No more gaps today","class":"noGaps","alt":"noGaps"})"
             "\n");
+}
+
+// The status line is where the application's badge shows: the gap reminders shown and not yet seen.
+TEST(WaybarLine, EndsInTheBadgeWhenRemindersWaitToBeSeen) {
+  const GapWidgetModel running{.state = GapWidgetModel::State::currentGap,
+                               .gapRecordName = "g-1",
+                               .gapClockLabel = "9:00 AM",
+                               .gapLabel = "Morning",
+                               .isRunning = true};
+  const GapWidgetModel none{};
+  const struct {
+    const GapWidgetModel& model;
+    int badge;
+    std::string text;
+    std::string tooltipEnd;
+  } cases[] = {
+      {running, 0, "Morning", "No tasks planned"},
+      {running, 1, "Morning · 1 reminder", "No tasks planned\n\n1 reminder not seen yet"},
+      {running, 12, "Morning · 12 reminders", "\n\n12 reminders not seen yet"},
+      {none, 2, "No more gaps today · 2 reminders", "No more gaps today\n\n2 reminders not seen yet"},
+      {none, 0, "No more gaps today", "No more gaps today"},
+  };
+  for (const auto& [model, badge, text, tooltipEnd] : cases) {
+    const auto line = parseJSON(cli::waybarLine(model, badge));
+    EXPECT_EQ(readJSONString(line["text"]), text) << badge;
+    EXPECT_TRUE(std::string(readJSONString(line["tooltip"])).ends_with(tooltipEnd)) << badge;
+    EXPECT_EQ(readJSONString(line["class"]), gapWidgetStateName(model.state)) << "the style keeps the state";
+  }
 }
 
 TEST_F(WidgetCommandTest, MarkDoneShowsAtOnceAndTheNextRunAppliesIt) {

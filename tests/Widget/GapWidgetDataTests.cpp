@@ -1,11 +1,19 @@
+#include "VantrelCore/JSON/JSONValue.hpp"
 #include "VantrelCore/Model/DecodingError.hpp"
 #include "VantrelCore/Store/CloudKitCacheSnapshot.hpp"
 #include "VantrelCore/Widget/GapWidgetData.hpp"
+#include "tests/Support/FilledRecords.hpp"
+#include "tests/Support/HostileInputs.hpp"
 #include "tests/Support/ScopedDeviceSettings.hpp"
 
 #include <algorithm>
 #include <gtest/gtest.h>
+#include <optional>
 #include <random>
+#include <rapidjson/stringbuffer.h>
+#include <rapidjson/writer.h>
+#include <string>
+#include <tuple>
 
 namespace vantrel {
 namespace {
@@ -143,8 +151,29 @@ TEST(GapWidgetData, ReadsWhatTheFullDecodeAndTheDayPlanFind) {
   }
 }
 
-TEST(GapWidgetData, RefusesWhatIsNoSnapshotAndNamesWhere) {
+bool fullDecodeRefuses(const std::string& text) {
+  try {
+    CloudKitCacheSnapshot::decodeJSON(text);
+    return false;
+  } catch (const DecodingError&) {
+    return true;
+  }
+}
+
+std::optional<std::string> leanRefusal(const std::string& text) {
+  try {
+    GapWidgetData::read(text, day);
+    return std::nullopt;
+  } catch (const DecodingError& error) {
+    return error.what();
+  }
+}
+
+// A snapshot the planner cannot decode is no data for the widget either, wherever the fault lies: in a
+// record the widget takes nothing from too.
+TEST(GapWidgetData, RefusesWhatTheFullDecodeRefusesAndNamesWhere) {
   testing::ScopedDeviceSettings settings("Europe/Berlin");
+  const std::string task = R"("recordName":"t-1","homeRef":"home","title":"a","done":false,"sortIndex":1)";
   const struct {
     std::string text;
     std::string error;
@@ -159,16 +188,127 @@ TEST(GapWidgetData, RefusesWhatIsNoSnapshotAndNamesWhere) {
       {R"({"x":01})", "bad number"},
       {R"({"x":"\q"})", "bad escape"},
       {R"({"x":1} {})", "after the document"},
+      // Records of the day the widget leaves alone are checked all the same.
+      {R"({"inbox":{"i-1":{"recordName":"i-1","title":5,"capturedAt":1,"sortIndex":0}}})",
+       "inbox/i-1/title: InboxItemRecord key 'title': expected string, got integer"},
+      {R"({"days":{"2026-03-07":{"recordName":"2026-03-07","date":"noon"}}})", "days/2026-03-07/date"},
+      {R"({"days":{"2026-03-07":{"recordName":"2026-03-08","date":1}}})",
+       "record '2026-03-08' is filed under '2026-03-07'"},
+      {R"({"sharingUserNames":{"sun-1":[]}})", "SharingUserNameRecord must be a JSON object, got array"},
+      {R"({"projectSections":{"h-1":{"recordName":"h-1","projectRef":"p-1","title":"a"}}})",
+       "missing required key 'sortIndex'"},
+      {R"({"areaSections":{"h-1":{"recordName":"h-1","recordName":"h-1"}}})", "more than once"},
+      {R"({"tasks":{"t-1":{)" + task + R"(,"sortIndex":2}}})", "tasks/t-1/sortIndex"},
+      {R"({"tasks":{"t-1":{)" + task + R"(,"note":{"a" 1}}}})", "expected ':'"},
+      {R"({"tasks":{"t-1":{)" + task + R"(,"dueDate":1e400}}})", "number too big"},
+      {R"({"t\u0061sks":{"t-1":[]}})", "tasks/t-1"},
+      {R"({"userProjectSectionStates":null})", "userProjectSectionStates: expected object, got null"},
+      {R"({"snapshotVersion":"1"})", "snapshotVersion"},
+      {R"({"localCommit":1.5})", "localCommit: expected integer, got number"},
+      {R"({"schemaVersion":{}})", "schemaVersion/version"},
+      {R"({"later":[1 2]})", "expected ','"},
+      {R"({"later":1e309})", "number too big"},
+      {R"([])", "expected object, got array"},
   };
   for (const auto& testCase : cases) {
-    try {
-      GapWidgetData::read(testCase.text, day);
-      ADD_FAILURE() << testCase.text << " was read";
-    } catch (const DecodingError& error) {
-      EXPECT_NE(std::string(error.what()).find(testCase.error), std::string::npos)
-          << testCase.text << ": " << error.what();
+    EXPECT_TRUE(fullDecodeRefuses(testCase.text)) << testCase.text;
+    const auto refusal = leanRefusal(testCase.text);
+    ASSERT_TRUE(refusal) << testCase.text << " was read";
+    EXPECT_NE(refusal->find(testCase.error), std::string::npos) << testCase.text << ": " << *refusal;
+  }
+  // What the full decode takes, the widget takes too: unknown keys and fields, nulls where a field is
+  // optional, escapes in keys and names, exponents in instants.
+  for (const std::string& text : std::vector<std::string>{
+           R"({"later":{"a":[1,{"b":null}]},"snapshotVersion":2,"localCommit":-0})",
+           R"({"tasks":{"t-1":{)" + task + R"(,"parentTaskRef":null,"dueDate":8E8,"note":[]}}})",
+           R"({"t\u0061sks":{"t-\u0031":{)" + task + R"(}},"gaps":{}})",
+           R"({"days":{"d":{"recordName":"d","date":1e-400}},"extra":1.0000e309})",
+       }) {
+    EXPECT_FALSE(fullDecodeRefuses(text)) << text;
+    EXPECT_EQ(leanRefusal(text), std::nullopt) << text;
+  }
+}
+
+/// `value` written as compact JSON.
+std::string jsonText(const rapidjson::Value& value) {
+  rapidjson::StringBuffer buffer;
+  rapidjson::Writer<rapidjson::StringBuffer> writer(buffer);
+  value.Accept(writer);
+  return buffer.GetString();
+}
+
+// Every field of every record type damaged in turn: the two readers agree on each, and a value of the
+// wrong kind or a key given twice is refused by both.
+TEST(GapWidgetData, AgreesWithTheFullDecodeOnEveryDamagedField) {
+  testing::ScopedDeviceSettings settings("Europe/Berlin");
+  CloudKitCacheSnapshot every;
+  std::apply(
+      [&](const auto&... map) {
+        (..., [&](auto& records) {
+          using Record = typename std::decay_t<decltype(records)>::mapped_type;
+          auto record = testing::filledRecord<Record>();
+          records.emplace(record.recordName, record);
+        }(every.*map.second));
+      },
+      CloudKitCacheSnapshot::maps());
+  every.schemaVersion = testing::filledRecord<SchemaVersionRecord>();
+  const auto valid = parseJSON(every.encodeJSON());
+  ASSERT_EQ(leanRefusal(jsonText(valid)), std::nullopt);
+
+  std::size_t damaged = 0;
+  for (const auto& place : valid.GetObject()) {
+    if (!place.value.IsObject()) {
+      continue;
+    }
+    const bool isMap = place.name != "schemaVersion";
+    const auto& record = isMap ? place.value.MemberBegin()->value : place.value;
+    for (const auto& field : record.GetObject()) {
+      const std::string where = std::string(place.name.GetString()) + " " + field.name.GetString();
+      for (const std::string damage : {"wrong kind", "null", "missing", "twice"}) {
+        rapidjson::Document copy;
+        copy.CopyFrom(valid, copy.GetAllocator());
+        auto& target = isMap ? copy[place.name].MemberBegin()->value : copy[place.name];
+        auto& value = target[field.name];
+        auto& allocator = copy.GetAllocator();
+        if (damage == "wrong kind") {
+          value.IsString()  ? value.SetInt(7)
+          : value.IsInt64() ? value.SetDouble(1.5)
+          : value.IsBool()  ? value.SetString("yes", allocator)
+                            : value.SetString("noon", allocator);
+        } else if (damage == "null") {
+          value.SetNull();
+        } else if (damage == "missing") {
+          target.RemoveMember(field.name);
+        } else {
+          rapidjson::Value again(value, allocator);
+          target.AddMember(rapidjson::Value(field.name, allocator), again, allocator);
+        }
+        const auto text = jsonText(copy);
+        const bool full = fullDecodeRefuses(text);
+        EXPECT_EQ(leanRefusal(text).has_value(), full) << where << ", " << damage;
+        if (damage == "wrong kind" || damage == "twice") {
+          EXPECT_TRUE(full) << where << ", " << damage;
+        }
+        ++damaged;
+      }
     }
   }
+  EXPECT_GE(damaged, 4u * 60) << "every record type's fields were damaged";
+}
+
+// Files a crash, a bad disk or another program could leave: the widget refuses exactly the ones the
+// planner refuses.
+TEST(GapWidgetData, AgreesWithTheFullDecodeOnHostileFiles) {
+  testing::ScopedDeviceSettings settings("Europe/Berlin");
+  std::mt19937 random(20261125);
+  const auto valid = randomSnapshot(random).encodeJSON();
+  std::size_t refused = 0;
+  for (const auto& variant : testing::hostileVariants(valid, 20261125, 400)) {
+    const bool full = fullDecodeRefuses(variant);
+    EXPECT_EQ(leanRefusal(variant).has_value(), full) << ::testing::PrintToString(variant.substr(0, 200));
+    refused += full ? 1 : 0;
+  }
+  EXPECT_GE(refused, 12u);
 }
 
 } // namespace

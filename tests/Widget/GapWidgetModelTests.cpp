@@ -223,6 +223,9 @@ TEST_F(GapWidgetModelTest, WithoutAReadableSnapshotThereIsNoDataToShow) {
   const std::string truncated(snapshotJSON.substr(0, snapshotJSON.size() / 2));
   std::string mistyped(snapshotJSON);
   mistyped.replace(mistyped.find(R"("time":"13:00")"), 14, R"("time":1300)");
+  std::string inboxMistyped(snapshotJSON);
+  inboxMistyped.replace(inboxMistyped.find(R"("inbox":{})"), 10,
+                        R"("inbox":{"i-1":{"recordName":"i-1","title":5,"capturedAt":0,"sortIndex":0}})");
   const struct {
     const char* name;
     std::optional<std::string> snapshot;
@@ -232,6 +235,7 @@ TEST_F(GapWidgetModelTest, WithoutAReadableSnapshotThereIsNoDataToShow) {
                {"cut short", truncated},
                {"an array", "[]"},
                {"a gap of the day of the wrong type", mistyped},
+               {"an inbox item whose title is a number", inboxMistyped},
                {"trailing text", std::string(snapshotJSON) + "x"}};
   for (const auto& testCase : cases) {
     std::filesystem::remove_all(shared_);
