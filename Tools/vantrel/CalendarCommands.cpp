@@ -6,6 +6,7 @@
 #include "Tools/vantrel/CommandArguments.hpp"
 #include "Tools/vantrel/LocalFormat.hpp"
 #include "Tools/vantrel/RecordReport.hpp"
+#include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TaskListing.hpp"
 #include "VantrelCore/Planning/CalendarSource.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
@@ -322,6 +323,9 @@ void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
         return printJSON(run.output, view);
       }
       printText(run.output, view, now);
+      if (shown == run.today) {
+        markRemindersSeen(run.environment);
+      }
       const auto& cache = run.cache();
       if (cache.areas().empty() && cache.tasks().empty() && cache.gaps().empty()) {
         run.output.text()

@@ -1,5 +1,6 @@
 #include "Tools/vantrel/OpenCommand.hpp"
 
+#include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
 #include "VantrelCore/JSON/JSONWriter.hpp"
 #include "VantrelCore/Widget/AppRoute.hpp"
@@ -44,6 +45,8 @@ void addOpenCommand(CLI::App& app, const GlobalOptions& options) {
     if (gap && !gapExistsToday(environment, *gap)) {
       throw std::invalid_argument("no gap '" + *gap + "' today; see vantrel gap list");
     }
+    // Today is on screen now: the reminders shown so far have been seen.
+    markRemindersSeen(environment);
     auto& output = environment.output();
     if (!output.json()) {
       output.text() << (gap ? "Today, focused on gap " + terminalText(*gap) : std::string("Today")) << "\n";

@@ -8,6 +8,7 @@
 #include "Tools/vantrel/RecordReport.hpp"
 #include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
+#include "VantrelCore/Planning/AppIconBadge.hpp"
 #include "VantrelCore/Planning/NotificationsController.hpp"
 
 #include <array>
@@ -27,7 +28,7 @@ int showDue(FileNotificationCenter& center, DesktopNotifier& notifier, Date now,
   int failed = 0;
   for (const auto& request : center.takeDue(now)) {
     try {
-      notifier.show(request.title, request.body, request.playsSound);
+      notifier.show(request.title, request.body, request.playsSound, AppIconBadge::count(center));
       output.text() << "shown " << terminalText(request.identifier) << "  " << terminalText(request.title)
                     << std::endl;
     } catch (const std::exception& error) {
@@ -137,6 +138,10 @@ void addReminderCommands(CLI::App& app, const std::shared_ptr<PlannerContext>& c
     if (!gapRemindersEnabled(environment)) {
       output.text() << "Reminders are off.\n";
       return;
+    }
+    if (const int shown = AppIconBadge::count(center); shown > 0) {
+      output.text() << shown << (shown == 1 ? " reminder was" : " reminders were")
+                    << " shown since you last looked at today.\n";
     }
     TextTable table;
     for (const auto& request : requests) {

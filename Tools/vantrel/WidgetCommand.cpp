@@ -2,10 +2,12 @@
 
 #include "Linux/CommandWidgetCenter.hpp"
 #include "Linux/FileChangeWaiter.hpp"
+#include "Linux/FileNotificationCenter.hpp"
 #include "Linux/JSONFilePreferences.hpp"
 #include "Linux/PosixFileSystem.hpp"
 #include "Tools/vantrel/CommandArguments.hpp"
 #include "Tools/vantrel/InstantArgument.hpp"
+#include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TerminalText.hpp"
 #include "Tools/vantrel/WaybarLine.hpp"
 #include "VantrelCore/Model/CalendarDate.hpp"
@@ -41,9 +43,9 @@ struct WidgetOptions {
   bool follow = false;
 };
 
-void printEntry(Output& output, const GapEntry& entry, bool waybar) {
+void printEntry(Output& output, const GapEntry& entry, bool waybar, int badge) {
   if (waybar) {
-    output.text() << waybarLine(entry.model) << "\n";
+    output.text() << waybarLine(entry.model, badge) << "\n";
     return;
   }
   JSONWriter json;
@@ -53,16 +55,20 @@ void printEntry(Output& output, const GapEntry& entry, bool waybar) {
 
 /// Prints the line of now, then sleeps until the next instant of the timeline (the next midnight when
 /// there is none) or a change of the shared files, and prints again when the line changed.
-[[noreturn]] void follow(const WidgetFiles& files, const Clock& clock, Output& output) {
+[[noreturn]] void follow(const WidgetFiles& files, const Clock& clock,
+                         const CommandEnvironment& environment) {
+  auto& output = environment.output();
   auto& fileSystem = files.widget.fileSystem;
   fileSystem.createDirectories(*files.widget.sharedDirectory);
   FileChangeWaiter waiter(*files.widget.sharedDirectory,
-                          {"cache-snapshot.json", std::string(IntentActionQueue::fileName)});
+                          {"cache-snapshot.json", std::string(IntentActionQueue::fileName),
+                           FileNotificationCenter::defaultFile(environment.paths()).filename().string()});
   std::string printed;
   for (;;) {
     const auto now = clock.now();
     const auto models = GapWidgetModel::timeline(now, files.widget);
-    const auto line = waybarLine(models.empty() ? GapWidgetModel::load(now, files.widget) : models.front());
+    const auto line = waybarLine(models.empty() ? GapWidgetModel::load(now, files.widget) : models.front(),
+                                 unseenReminders(environment));
     if (line != printed) {
       output.text() << line << std::endl;
       printed = line;
@@ -92,16 +98,17 @@ void runWidget(const GlobalOptions& options, const WidgetOptions& widget) {
     if (options.now || widget.at) {
       throw std::invalid_argument("--follow follows the real clock; leave out --now and --at");
     }
-    follow(files, clock, environment.output());
+    follow(files, clock, environment);
   }
   const GapTimelineProvider provider(files.widget, clock);
   // The size only decides how much of the model a view lays out; the model is the same for all three.
   constexpr auto size = GapWidgetSize::medium;
   if (widget.placeholder) {
-    printEntry(environment.output(), provider.placeholder(size), widget.waybar);
+    printEntry(environment.output(), provider.placeholder(size), widget.waybar, unseenReminders(environment));
   } else if (widget.snapshot || widget.waybar) {
-    provider.getSnapshot(
-        size, [&](const GapEntry& entry) { printEntry(environment.output(), entry, widget.waybar); });
+    provider.getSnapshot(size, [&](const GapEntry& entry) {
+      printEntry(environment.output(), entry, widget.waybar, unseenReminders(environment));
+    });
   } else {
     provider.getTimeline(size, [&](const GapTimeline& timeline) {
       JSONWriter json;

@@ -189,6 +189,13 @@ TEST(VantrelCommand, RemindersRunShowsDueRemindersOnceAndLeavesTheOthers) {
   EXPECT_EQ(readJSONString(waiting[0]["identifier"]), "vt.gap.g-late.2026-03-07");
   EXPECT_EQ(readJSONString(waiting[0]["fires"]), "2026-03-07T17:00:00+01:00") << "in the device zone";
 
+  // A shown reminder counts on the badge until today's plan has been looked at.
+  EXPECT_TRUE(
+      at("2026-03-07T14:45", "reminders list").starts_with("1 reminder was shown since you last looked"));
+  EXPECT_NE(at("2026-03-07T14:45", "widget --waybar").find("1 reminder"), std::string::npos);
+  at("2026-03-07T14:46", "today");
+  EXPECT_EQ(at("2026-03-07T14:46", "reminders list").find("shown since"), std::string::npos);
+
   at("2026-03-07T14:50", "reminders off");
   EXPECT_EQ(at("2026-03-07T14:50", "reminders list"), "Reminders are off.\n");
 }
