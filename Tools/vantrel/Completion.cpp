@@ -20,10 +20,13 @@ void collect(const CLI::App& command, const std::string& path, std::vector<Comma
   for (const auto* sub : command.get_subcommands([](const CLI::App*) { return true; })) {
     node.subcommands.emplace_back(sub->get_name(), sub->get_description());
   }
-  for (const auto* option :
-       command.get_options([](const CLI::Option* option) { return !option->get_positional(); })) {
-    for (const auto& name : option->get_lnames()) {
-      node.options.emplace_back("--" + name, option->get_description());
+  // The options of the commands above count too: the program takes them after a command as well.
+  for (const CLI::App* scope = &command; scope; scope = scope->get_parent()) {
+    for (const auto* option :
+         scope->get_options([](const CLI::Option* option) { return !option->get_positional(); })) {
+      for (const auto& name : option->get_lnames()) {
+        node.options.emplace_back("--" + name, option->get_description());
+      }
     }
   }
   nodes.push_back(node);

@@ -4,10 +4,14 @@
 #include "tests/Support/TemporaryFolder.hpp"
 
 #include <algorithm>
+#include <array>
+#include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
 #include <ranges>
+#include <regex>
 #include <string>
 #include <sys/stat.h>
 
@@ -387,6 +391,30 @@ TEST(VantrelCommand, BadInputIsRefusedByNameAndChangesNothing) {
   EXPECT_TRUE(
       testing::runVantrelWidget("--at '2026-03-07T09:30\xa0'")
           .output.starts_with("vantrel-widget: argument 2 (the value of --at) is not UTF-8 text: byte 16"));
+}
+
+// The completion script is made from the command tree: bash completes commands at every depth, past
+// global options.
+TEST(VantrelCommand, TheBashCompletionCompletesCommandsAtEveryDepth) {
+  const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
+  ASSERT_NE(binaryDir, nullptr);
+  const std::string program = std::string(binaryDir) + "/Tools/vantrel/vantrel";
+  const std::pair<std::string, std::string> cases[] = {
+      {"vantrel ta", "task\n"}, {"vantrel --json task ad", "add\n"}, {"vantrel gap list --o", "--offline\n"}};
+  for (const auto& [line, expected] : cases) {
+    const auto script =
+        "source <(" + program + " completion bash); COMP_WORDS=(" + line +
+        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vantrel; printf '%s\\n' \"${COMPREPLY[@]}\"";
+    FILE* pipe =
+        popen(("bash -c '" + std::regex_replace(script, std::regex("'"), "'\\''") + "'").c_str(), "r");
+    std::string output;
+    std::array<char, 256> buffer{};
+    while (const auto read = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+      output.append(buffer.data(), read);
+    }
+    pclose(pipe);
+    EXPECT_EQ(output, expected) << line;
+  }
 }
 
 // A person's plans are theirs alone: whatever the umask, every folder a run makes is 0700 and every file
