@@ -39,7 +39,7 @@ void Output::print(const JSONWriter& json) {
 }
 
 void Output::print(const TextTable& table) {
-  text() << table.render([this](std::string_view shown, TextTone tone) { return paint(shown, tone); });
+  text() << table.render([this](std::string_view shown, TextTone tone) { return colored(shown, tone); });
 }
 
 void Output::changed(std::string_view line) {
@@ -63,12 +63,15 @@ void Output::warn(std::string_view message) {
 }
 
 std::string Output::paint(std::string_view text, TextTone tone) const {
+  return colored(terminalText(text), tone);
+}
+
+std::string Output::colored(std::string_view shown, TextTone tone) const {
   const auto color = colorOf(tone);
-  auto shown = terminalText(text);
   if (!style_.color || color.empty()) {
-    return shown;
+    return std::string(shown);
   }
-  return std::string(color) + shown + "\x1b[0m";
+  return std::string(color) + std::string(shown) + "\x1b[0m";
 }
 
 std::optional<bool> Output::ask(std::string_view question) {

@@ -63,6 +63,9 @@ public:
   static bool colorByDefault(const std::ostream& stream);
 
 private:
+  /// Text already made terminal-safe, in the tone's colour when colour is on.
+  std::string colored(std::string_view shown, TextTone tone) const;
+
   std::ostream& out_;
   std::ostream& err_;
   OutputStyle style_;

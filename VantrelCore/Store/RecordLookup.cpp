@@ -1,23 +1,15 @@
 #include "VantrelCore/Store/RecordLookup.hpp"
 
 #include "VantrelCore/Store/LookupError.hpp"
+#include "VantrelCore/Store/TaskFilter.hpp"
 
 #include <algorithm>
 #include <tuple>
-#include <unicode/unistr.h>
 
 namespace vantrel {
 namespace {
 
 constexpr std::size_t candidatesShown = 8;
-
-std::string folded(std::string_view text) {
-  auto unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), int32_t(text.size())));
-  unicode.foldCase();
-  std::string utf8;
-  unicode.toUTF8String(utf8);
-  return utf8;
-}
 
 [[noreturn]] void ambiguous(std::string_view kind, std::string_view text,
                             const std::vector<const RecordLookup::Candidate*>& matches) {
@@ -51,12 +43,12 @@ std::string RecordLookup::pick(std::string_view kind, std::span<const Candidate>
       return candidate.recordName;
     }
   }
-  const auto wanted = folded(text);
+  const auto wanted = foldedCase(text);
   std::vector<const Candidate*> exact;
   std::vector<const Candidate*> starting;
   if (!wanted.empty()) {
     for (const auto& candidate : candidates) {
-      const auto title = folded(candidate.title);
+      const auto title = foldedCase(candidate.title);
       if (title == wanted) {
         exact.push_back(&candidate);
       } else if (title.starts_with(wanted)) {

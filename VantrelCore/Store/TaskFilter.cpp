@@ -3,18 +3,17 @@
 #include <unicode/unistr.h>
 
 namespace vantrel {
-namespace {
 
-icu::UnicodeString folded(std::string_view text) {
+std::string foldedCase(std::string_view text) {
   auto unicode = icu::UnicodeString::fromUTF8(icu::StringPiece(text.data(), int32_t(text.size())));
   unicode.foldCase();
-  return unicode;
+  std::string utf8;
+  unicode.toUTF8String(utf8);
+  return utf8;
 }
 
-} // namespace
-
 bool containsFolded(std::string_view text, std::string_view words) {
-  return folded(text).indexOf(folded(words)) >= 0;
+  return foldedCase(text).find(foldedCase(words)) != std::string::npos;
 }
 
 bool TaskFilter::matches(const TaskRecord& task, const CloudKitCache& cache) const {

@@ -27,7 +27,9 @@ struct TaskFilter {
   bool matches(const TaskRecord& task, const CloudKitCache& cache) const;
 };
 
-/// Whether `text` contains `words` in any case (Unicode case folding).
+/// `text` case-folded (Unicode full case folding), for comparisons in any case.
+std::string foldedCase(std::string_view text);
+/// Whether `text` contains `words` in any case.
 bool containsFolded(std::string_view text, std::string_view words);
 
 } // namespace vantrel

@@ -170,6 +170,8 @@ TEST_F(CrashAtEveryStepTest, NothingAcknowledgedIsLostWhereverARunStopsOrTheDisk
       {"task add", {"task", "add", "--area", "home", "Added when stopped"}, "Added when stopped"},
       // Offline, so that what the run applied reaches no disk but the device's own.
       {"a drain of queued actions", {"--offline", "status"}, std::nullopt},
+      // Found by names people type: the area by its title, the neighbour by the start of its title.
+      {"a task added by names", {"task", "add", "--after", "laptop tw", "Added by names"}, "Added by names"},
       {"an offline task add",
        {"--offline", "task", "add", "--area", "home", "Added offline"},
        "Added offline"},
