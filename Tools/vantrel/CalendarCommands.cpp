@@ -9,9 +9,10 @@
 #include "Tools/vantrel/ReminderSchedule.hpp"
 #include "Tools/vantrel/TaskListing.hpp"
 #include "VantrelCore/Planning/CalendarSource.hpp"
+#include "VantrelCore/Planning/DayPlan.hpp"
 #include "VantrelCore/Platform/DeviceSettings.hpp"
 #include "VantrelCore/Platform/ManualExecutor.hpp"
-#include "VantrelCore/Store/DayPlan.hpp"
+#include "VantrelCore/Store/PlannerQueries.hpp"
 
 #include <filesystem>
 #include <map>
@@ -148,14 +149,13 @@ void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const Da
     json.key("due");
     RecordReport::instant(json, task.dueDate);
     json.key("subtasks");
-    const auto subtasks = view.subtasks.find(task.recordName);
-    writeTasks(json, subtasks == view.subtasks.end() ? std::vector<TaskRecord>() : subtasks->second, view);
+    writeTasks(json, view.subtasksOf(task.recordName), view);
     json.endObject();
   }
   json.endArray();
 }
 
-void writeGap(JSONWriter& json, const DayPlan::Gap& gap, const DayPlan& view) {
+void writeGap(JSONWriter& json, const DayPlan::Gap& gap, const DayPlan& view, Date now) {
   json.startObject();
   json.key("recordName");
   json.string(gap.record.recordName);
@@ -172,13 +172,13 @@ void writeGap(JSONWriter& json, const DayPlan::Gap& gap, const DayPlan& view) {
   json.key("endSource");
   gap.end ? json.string(taskGapEndSourceText(gap.end->source)) : json.null();
   json.key("current");
-  json.boolean(gap.current);
+  json.boolean(gap.isCurrentAt(now));
   json.key("tasks");
   writeTasks(json, gap.tasks, view);
   json.endObject();
 }
 
-void printJSON(Output& output, const DayPlan& view) {
+void printJSON(Output& output, const DayPlan& view, Date now) {
   JSONWriter json;
   json.startObject();
   json.key("day");
@@ -220,7 +220,7 @@ void printJSON(Output& output, const DayPlan& view) {
   json.key("gaps");
   json.startArray();
   for (const auto& gap : view.gaps) {
-    writeGap(json, gap, view);
+    writeGap(json, gap, view, now);
   }
   json.endArray();
   json.key("plannedWithoutGap");
@@ -236,9 +236,7 @@ void addTaskRows(TextTable& table, const std::vector<TaskRecord>& tasks, const D
                      task.done ? TextTone::dim : TextTone::plain);
     const auto due = dueCell(task.dueDate, task.done, now, view.day);
     table.cell(due.text, due.tone).cell(task.recordName, TextTone::dim);
-    if (const auto subtasks = view.subtasks.find(task.recordName); subtasks != view.subtasks.end()) {
-      addTaskRows(table, subtasks->second, view, now, indent + "    ");
-    }
+    addTaskRows(table, view.subtasksOf(task.recordName), view, now, indent + "    ");
   }
 }
 
@@ -288,8 +286,9 @@ void printText(Output& output, const DayPlan& view, Date now) {
   text << "\n" << output.paint("Gaps", TextTone::heading) << "\n";
   TextTable gaps;
   for (const auto& gap : view.gaps) {
-    const auto tone = gap.current ? TextTone::now : TextTone::heading;
-    gaps.row().cell((gap.current ? "▶ " : "  ") + LocalFormat::timeOfDay(gap.record.time) + "  " +
+    const auto current = gap.isCurrentAt(now);
+    const auto tone = current ? TextTone::now : TextTone::heading;
+    gaps.row().cell((current ? "▶ " : "  ") + LocalFormat::timeOfDay(gap.record.time) + "  " +
                         gap.record.label.value_or("Gap") + (gap.record.reminder ? " 🔔" : ""),
                     tone);
     gaps.cell(endText(gap), TextTone::dim).cell(gap.record.recordName, TextTone::dim);
@@ -317,10 +316,10 @@ void addTodayCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& conte
       const auto shown = *day ? parseDay(**day, "DAY", run.today) : run.today;
       Calendars calendars(run.environment);
       const auto now = run.environment.clock().now();
-      const auto view =
-          DayPlan::of(shown, run.cache(), calendars.source.events(shown), calendars.windows, now);
+      const auto view = DayPlan::of(shown, PlannerQueries::dayRecords(run.cache(), shown),
+                                    calendars.source.events(shown), calendars.windows);
       if (run.output.json()) {
-        return printJSON(run.output, view);
+        return printJSON(run.output, view, now);
       }
       printText(run.output, view, now);
       if (shown == run.today) {
@@ -350,7 +349,8 @@ void addAgendaCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& cont
       std::vector<DayPlan> plans;
       for (int offset = 0; offset < *days; ++offset) {
         const auto day = run.today.adding(offset);
-        plans.push_back(DayPlan::of(day, run.cache(), calendars.source.events(day), calendars.windows, now));
+        plans.push_back(DayPlan::of(day, PlannerQueries::dayRecords(run.cache(), day),
+                                    calendars.source.events(day), calendars.windows));
       }
       if (run.output.json()) {
         JSONWriter json;
@@ -364,7 +364,7 @@ void addAgendaCommand(CLI::App& app, const std::shared_ptr<PlannerContext>& cont
           json.key("gaps");
           json.startArray();
           for (const auto& gap : plan.gaps) {
-            writeGap(json, gap, plan);
+            writeGap(json, gap, plan, now);
           }
           json.endArray();
           json.key("plannedWithoutGap");

@@ -24,7 +24,8 @@ bool gapExistsToday(const CommandEnvironment& environment, const std::string& ga
     return false;
   }
   const auto data = GapWidgetData::read(*snapshot, environment.today());
-  return std::ranges::any_of(data.gaps, [&](const GapRecord& record) { return record.recordName == gap; });
+  return std::ranges::any_of(data.records.gaps,
+                             [&](const GapRecord& record) { return record.recordName == gap; });
 }
 
 } // namespace

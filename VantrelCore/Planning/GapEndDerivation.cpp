@@ -28,15 +28,13 @@ std::optional<CalendarEvent> GapEndDerivation::containingEvent(const GapRecord& 
 
 namespace {
 
-/// The end of the gap starting at `start` against the other gaps' starts. One that nothing ends is current
-/// until the day's start when it starts before it, else until the next midnight, but never past the start
-/// of a later gap: the gap that has begun last is the one the user is in.
-std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::span<const Date> otherStarts,
-                                   std::span<const CalendarEvent> events,
+/// Until when the gap starting at `start`, whose derived end is `derived`, is current. One that nothing
+/// ends is current until the day's start when it starts before it, else until the next midnight, but never
+/// past the start of a later gap: the gap that has begun last is the one the user is in.
+std::optional<Date> currentUntilOf(Date start, const std::optional<TaskGapEnd>& derived,
+                                   const CalendarDate& day, std::span<const Date> otherStarts,
                                    const CalendarGapPreferences& preferences) {
-  if (const auto derived = CalendarGapEngine::endTime(start, day, events, otherStarts,
-                                                      preferences.dayStartHour(), preferences.dayEndHour());
-      derived && derived->end) {
+  if (derived && derived->end) {
     return derived->end;
   }
   // The day starts at its hour on the clock, as the planning window does: on the days the clocks change
@@ -56,6 +54,13 @@ std::optional<Date> currentUntilOf(Date start, const CalendarDate& day, std::spa
     }
   }
   return until;
+}
+
+std::optional<TaskGapEnd> endTimeOf(Date start, const CalendarDate& day, std::span<const Date> otherStarts,
+                                    std::span<const CalendarEvent> events,
+                                    const CalendarGapPreferences& preferences) {
+  return CalendarGapEngine::endTime(start, day, events, otherStarts, preferences.dayStartHour(),
+                                    preferences.dayEndHour());
 }
 
 /// The starts of the gaps other than `gap` (by record name) among `starts`, which follow `allGaps`.
@@ -88,8 +93,7 @@ std::optional<TaskGapEnd> GapEndDerivation::info(const GapRecord& gap, const Cal
   if (!start) {
     return std::nullopt;
   }
-  return CalendarGapEngine::endTime(*start, day, events, otherStartsOf(gap, allGaps, startsOf(allGaps, day)),
-                                    preferences.dayStartHour(), preferences.dayEndHour());
+  return endTimeOf(*start, day, otherStartsOf(gap, allGaps, startsOf(allGaps, day)), events, preferences);
 }
 
 std::optional<Date> GapEndDerivation::currentUntil(const GapRecord& gap, const CalendarDate& day,
@@ -100,21 +104,25 @@ std::optional<Date> GapEndDerivation::currentUntil(const GapRecord& gap, const C
   if (!start) {
     return std::nullopt;
   }
-  return currentUntilOf(*start, day, otherStartsOf(gap, allGaps, startsOf(allGaps, day)), events,
+  const auto others = otherStartsOf(gap, allGaps, startsOf(allGaps, day));
+  return currentUntilOf(*start, endTimeOf(*start, day, others, events, preferences), day, others,
                         preferences);
 }
 
-std::vector<std::optional<Date>>
-GapEndDerivation::currentUntilEach(std::span<const GapRecord> allGaps, const CalendarDate& day,
-                                   std::span<const CalendarEvent> events,
-                                   const CalendarGapPreferences& preferences) {
+std::vector<GapEndDerivation::Ends> GapEndDerivation::endsOfEach(std::span<const GapRecord> allGaps,
+                                                                 const CalendarDate& day,
+                                                                 std::span<const CalendarEvent> events,
+                                                                 const CalendarGapPreferences& preferences) {
   const auto starts = startsOf(allGaps, day);
-  std::vector<std::optional<Date>> ends;
+  std::vector<Ends> ends;
   for (std::size_t index = 0; index < allGaps.size(); ++index) {
-    ends.push_back(starts[index]
-                       ? currentUntilOf(*starts[index], day, otherStartsOf(allGaps[index], allGaps, starts),
-                                        events, preferences)
-                       : std::nullopt);
+    Ends gapEnds{.start = starts[index]};
+    if (gapEnds.start) {
+      const auto others = otherStartsOf(allGaps[index], allGaps, starts);
+      gapEnds.end = endTimeOf(*gapEnds.start, day, others, events, preferences);
+      gapEnds.currentUntil = currentUntilOf(*gapEnds.start, gapEnds.end, day, others, preferences);
+    }
+    ends.push_back(std::move(gapEnds));
   }
   return ends;
 }

@@ -39,12 +39,19 @@ public:
                                           std::span<const GapRecord> allGaps,
                                           std::span<const CalendarEvent> events,
                                           const CalendarGapPreferences& preferences);
-  /// currentUntil() of every gap of `allGaps`, in its order: each start is read once, where asking gap by
-  /// gap reads every other gap's start again.
-  static std::vector<std::optional<Date>> currentUntilEach(std::span<const GapRecord> allGaps,
-                                                           const CalendarDate& day,
-                                                           std::span<const CalendarEvent> events,
-                                                           const CalendarGapPreferences& preferences);
+  /// Where each gap of `allGaps` starts and ends, in its order.
+  struct Ends {
+    std::optional<Date> start{};
+    /// What info() answers.
+    std::optional<TaskGapEnd> end{};
+    /// What currentUntil() answers.
+    std::optional<Date> currentUntil{};
+  };
+  /// The ends of every gap of `allGaps`: each start and each derived end is computed once, where asking
+  /// gap by gap reads every other gap's start again.
+  static std::vector<Ends> endsOfEach(std::span<const GapRecord> allGaps, const CalendarDate& day,
+                                      std::span<const CalendarEvent> events,
+                                      const CalendarGapPreferences& preferences);
 };
 
 } // namespace vantrel

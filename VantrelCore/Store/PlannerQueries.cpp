@@ -7,6 +7,27 @@
 
 namespace vantrel {
 
+DayRecords PlannerQueries::dayRecords(const CloudKitCache& cache, const CalendarDate& day) {
+  DayRecords records{.gaps = GapScheduling::gaps(day.description(), cache.gaps()), .areas = cache.areas()};
+  const auto schedules = GapScheduling::scheduleByTask(cache.userTaskSchedules(), cache.currentUserRef());
+  for (auto& task : GapScheduling::scheduledTasks(day, cache.tasks(), schedules)) {
+    records.schedules.emplace(task.recordName, schedules.at(task.recordName));
+    if (const auto children = cache.tasksByParent().find(task.recordName);
+        children != cache.tasksByParent().end()) {
+      for (const auto& child : children->second) {
+        records.tasks.emplace(child, cache.tasks().at(child));
+      }
+    }
+    records.tasks.emplace(task.recordName, std::move(task));
+  }
+  for (const auto& [name, task] : records.tasks) {
+    if (const auto* placement = task.homeIsArea() ? nullptr : cache.myPlacement(task.homeRef)) {
+      records.placements.emplace(task.homeRef, *placement);
+    }
+  }
+  return records;
+}
+
 std::vector<PlannerQueries::Deadline> PlannerQueries::deadlinesBefore(const CloudKitCache& cache,
                                                                       Date until) {
   std::vector<Deadline> deadlines;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "VantrelCore/Planning/DayRecords.hpp"
 #include "VantrelCore/Platform/Date.hpp"
 #include "VantrelCore/Store/CloudKitCache.hpp"
 
@@ -8,7 +9,8 @@
 
 namespace vantrel {
 
-/// What the planner answers beyond a day: what is due, and where words occur.
+/// What the planner answers from its cache: the records of a day's plan, what is due, and where words
+/// occur.
 class PlannerQueries {
 public:
   /// A task not done, or a project not archived, with a deadline.
@@ -28,6 +30,8 @@ public:
     std::string field;
   };
 
+  /// The records DayPlan::of() makes the day's plan of.
+  static DayRecords dayRecords(const CloudKitCache& cache, const CalendarDate& day);
   /// The deadlines before `until` (overdue ones included), soonest first.
   static std::vector<Deadline> deadlinesBefore(const CloudKitCache& cache, Date until);
   /// Areas, projects (name and purpose), tasks and inbox items (title and notes) holding `words` in any

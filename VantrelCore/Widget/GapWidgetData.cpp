@@ -15,7 +15,6 @@
 #include <array>
 #include <charconv>
 #include <optional>
-#include <set>
 #include <vector>
 
 namespace vantrel {
@@ -115,7 +114,6 @@ std::optional<double> numberField(std::string_view value) {
 // The fields the widget looks at before it decodes a record, by their place in the record's fields.
 constexpr auto gapDayRef = recordFieldIndex<GapRecord>("dayRef");
 constexpr auto scheduleDate = recordFieldIndex<UserTaskScheduleRecord>("date");
-constexpr auto scheduleGapTime = recordFieldIndex<UserTaskScheduleRecord>("gapTime");
 constexpr auto scheduleUser = recordFieldIndex<UserTaskScheduleRecord>("userRef");
 constexpr auto placementProject = recordFieldIndex<UserProjectPlacementRecord>("projectRef");
 constexpr auto placementUser = recordFieldIndex<UserProjectPlacementRecord>("userRef");
@@ -148,9 +146,10 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
     RecordSpan span;
     std::string_view projectRef{};
     std::string_view userRef{};
-    std::string_view gapTime{};
   };
   GapWidgetData data;
+  auto& records = data.records;
+  std::string currentUserRef;
   std::vector<std::string_view> taskMaps;
   std::vector<RecordSpan> gapSpans;
   std::vector<Kept> placements;
@@ -168,13 +167,13 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
     if (key == "snapshotVersion" || key == "localCommit") {
       checkInteger(scanner, key);
     } else if (key == "currentUserRef") {
-      data.currentUserRef = JSONScanner::unescaped(scanner.readString());
+      currentUserRef = JSONScanner::unescaped(scanner.readString());
     } else if (key == "schemaVersion") {
       DecodingError::within(key, [&] { scanRecord<SchemaVersionRecord>(scanner, [](std::size_t, auto) {}); });
     } else if (key == "areas") {
       forEachRecord<AreaRecord>(scanner, key, [&](const RecordSpan& span, const auto&) {
         auto area = decodeSpan<AreaRecord>(key, span);
-        data.areas.emplace(area.recordName, std::move(area));
+        records.areas.emplace(area.recordName, std::move(area));
       });
     } else if (key == "projects") {
       forEachRecord<ProjectRecord>(scanner, key, [&](const RecordSpan& span, const auto&) {
@@ -199,7 +198,7 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
         const auto planned = numberField(values[scheduleDate]);
         if (dayStart && nextDayStart && planned && *planned >= dayStart->secondsSinceReferenceDate &&
             *planned < nextDayStart->secondsSinceReferenceDate) {
-          schedules.push_back({span, {}, values[scheduleUser], values[scheduleGapTime]});
+          schedules.push_back({span, {}, values[scheduleUser]});
         }
       });
     } else if (key == "projectSections") {
@@ -220,29 +219,15 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
   }
   scanner.finish();
 
-  // Times as GapRecord::sameTime() matches them: by the time of day, or as text when they are none.
-  std::set<int> gapMinutes;
-  std::set<std::string> unreadableGapTimes;
   for (const auto& span : gapSpans) {
-    auto gap = decodeSpan<GapRecord>("gaps", span);
-    if (const auto minutes = gap.startMinutes()) {
-      gapMinutes.insert(*minutes);
-    } else {
-      unreadableGapTimes.insert(gap.time);
-    }
-    data.gaps.push_back(std::move(gap));
+    records.gaps.push_back(decodeSpan<GapRecord>("gaps", span));
   }
-  const auto namesAGap = [&](const std::string& time) {
-    const auto minutes = GapRecord::minutesOfDay(time);
-    return minutes ? gapMinutes.contains(*minutes) : unreadableGapTimes.contains(time);
-  };
-  // The day plan's rule: the user's schedules whose date falls on the day, here those that name the time
-  // of one of its gaps.
+  records.gaps = GapScheduling::ordered(std::move(records.gaps));
+  // The day plan's rule: the user's schedules whose date falls on the day.
   for (const auto& kept : schedules) {
-    const auto time = stringField(kept.gapTime);
-    if (time && namesAGap(*time) && isString(kept.userRef, data.currentUserRef)) {
+    if (isString(kept.userRef, currentUserRef)) {
       auto schedule = decodeSpan<UserTaskScheduleRecord>("userTaskSchedules", kept.span);
-      data.schedules.insert_or_assign(schedule.taskRef, std::move(schedule));
+      records.schedules.insert_or_assign(schedule.taskRef, std::move(schedule));
     }
   }
 
@@ -252,27 +237,27 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
     JSONScanner tasks(taskMap);
     forEachRecord<TaskRecord>(tasks, "tasks", [&](const RecordSpan& span, const auto& values) {
       if (const auto parent = stringField(values[taskParent])) {
-        if (data.schedules.contains(*parent)) {
+        if (records.schedules.contains(*parent)) {
           subtaskSpans.push_back(span);
         }
-      } else if (data.schedules.contains(JSONScanner::unescaped(span.key))) {
+      } else if (records.schedules.contains(JSONScanner::unescaped(span.key))) {
         auto task = decodeSpan<TaskRecord>("tasks", span);
         plannedTasks.insert(task.recordName);
-        data.tasks.insert_or_assign(task.recordName, std::move(task));
+        records.tasks.insert_or_assign(task.recordName, std::move(task));
       }
     });
     tasks.finish();
   }
-  std::erase_if(data.schedules, [&](const auto& entry) { return !plannedTasks.contains(entry.first); });
+  std::erase_if(records.schedules, [&](const auto& entry) { return !plannedTasks.contains(entry.first); });
   for (const auto& span : subtaskSpans) {
     auto subtask = decodeSpan<TaskRecord>("tasks", span);
     if (plannedTasks.contains(*subtask.parentTaskRef)) {
-      data.tasks.insert_or_assign(subtask.recordName, std::move(subtask));
+      records.tasks.insert_or_assign(subtask.recordName, std::move(subtask));
     }
   }
 
   std::unordered_set<std::string> projects;
-  for (const auto& [name, task] : data.tasks) {
+  for (const auto& [name, task] : records.tasks) {
     if (!task.homeIsArea()) {
       projects.insert(task.homeRef);
     }
@@ -284,11 +269,11 @@ GapWidgetData GapWidgetData::read(std::string_view snapshotText, const CalendarD
   }
   for (const auto& kept : placements) {
     const auto project = stringField(kept.projectRef);
-    if (!project || !projects.contains(*project) || !isString(kept.userRef, data.currentUserRef)) {
+    if (!project || !projects.contains(*project) || !isString(kept.userRef, currentUserRef)) {
       continue;
     }
     auto placement = decodeSpan<UserProjectPlacementRecord>("userProjectPlacements", kept.span);
-    const auto [existing, inserted] = data.placements.emplace(*project, placement);
+    const auto [existing, inserted] = records.placements.emplace(*project, placement);
     if (!inserted && placement.recordName < existing->second.recordName) {
       existing->second = std::move(placement);
     }

@@ -4,14 +4,13 @@
 #include "VantrelCore/Model/CalendarDate.hpp"
 #include "VantrelCore/Model/TimeFormat.hpp"
 #include "VantrelCore/Planning/CalendarGapPreferences.hpp"
-#include "VantrelCore/Planning/GapEndDerivation.hpp"
+#include "VantrelCore/Planning/DayPlan.hpp"
 #include "VantrelCore/Widget/GapWidgetData.hpp"
 #include "VantrelCore/Widget/IntentActionQueue.hpp"
 
-#include <algorithm>
 #include <set>
-#include <tuple>
 #include <unordered_map>
+#include <unordered_set>
 
 namespace vantrel {
 namespace {
@@ -20,22 +19,17 @@ constexpr std::string_view deepLinkPrefix = "vantrel://today?gap=";
 
 /// Today as one load of the files shows it; every model of a timeline is built from the same load.
 struct WidgetDay {
-  struct Gap {
-    GapRecord record;
-    Date start;
-    std::optional<Date> currentUntil;
-    /// Made once per load: a clock text costs a locale's formatter.
-    std::string clockLabel;
+  /// Made once per load: a clock text costs a locale's formatter.
+  struct Labels {
+    std::string clock;
     std::string label;
   };
 
-  GapWidgetData data;
+  DayPlan plan;
+  std::unordered_set<std::string> heldProjects;
   /// The last queued done state of each toggled task.
-  std::unordered_map<std::string, bool> toggles;
-  /// The gaps whose time reads as a start, in display order.
-  std::vector<Gap> gaps;
-  std::vector<TaskRecord> planned;
-  std::unordered_map<std::string, std::vector<TaskRecord>> subtasksByParent;
+  std::unordered_map<std::string, bool> toggles{};
+  std::unordered_map<std::string, Labels> labels{};
   std::optional<Date> startOfTomorrow;
 };
 
@@ -45,53 +39,32 @@ std::optional<WidgetDay> readDay(Date now, const GapWidgetEnvironment& environme
     return std::nullopt;
   }
   const auto day = CalendarDate::localDayOf(now);
-  WidgetDay result;
+  GapWidgetData data;
   try {
     const auto snapshot = environment.fileSystem.mapFile(*file);
     if (!snapshot || snapshot->bytes().empty()) {
       return std::nullopt;
     }
-    result.data = GapWidgetData::read(snapshot->bytes(), day);
+    data = GapWidgetData::read(snapshot->bytes(), day);
   } catch (const std::exception&) {
     // The widget has no one to tell; an unreadable snapshot shows as a day without data.
     return std::nullopt;
   }
+  // The widget has no calendar of its own: only the day's other gaps and the planning window bound a gap.
+  const CalendarGapPreferences windows(environment.sharedPreferences, nullptr);
+  WidgetDay result{.plan = DayPlan::of(day, data.records, {}, windows),
+                   .heldProjects = std::move(data.heldProjects),
+                   .startOfTomorrow = day.adding(1).localTime(0)};
   for (const auto& action : IntentActionQueue::read(environment.fileSystem, *environment.sharedDirectory)) {
     result.toggles[action.taskRecordName] = action.done;
   }
-
-  const CalendarGapPreferences windows(environment.sharedPreferences, nullptr);
-  const auto ordered = GapScheduling::ordered(result.data.gaps);
-  const auto ends = GapEndDerivation::currentUntilEach(ordered, day, {}, windows);
-  for (std::size_t index = 0; index < ordered.size(); ++index) {
-    const auto& gap = ordered[index];
-    if (const auto start = GapEndDerivation::startDate(gap, day)) {
-      auto clockLabel = TimeFormat::clockFromHHmm(GapRecord::normalizedTime(gap.time));
-      auto label = gap.label && !gap.label->empty() ? *gap.label : clockLabel;
-      result.gaps.push_back({gap, *start, ends[index], std::move(clockLabel), std::move(label)});
+  for (const auto& gap : result.plan.gaps) {
+    if (gap.start) {
+      auto clock = TimeFormat::clockFromHHmm(GapRecord::normalizedTime(gap.record.time));
+      auto label = gap.record.label && !gap.record.label->empty() ? *gap.record.label : clock;
+      result.labels.emplace(gap.record.recordName, WidgetDay::Labels{std::move(clock), std::move(label)});
     }
   }
-
-  std::vector<TaskRecord> topLevel;
-  for (const auto& [name, task] : result.data.tasks) {
-    if (task.parentTaskRef) {
-      result.subtasksByParent[*task.parentTaskRef].push_back(task);
-    } else {
-      topLevel.push_back(task);
-    }
-  }
-  for (auto& [parent, subtasks] : result.subtasksByParent) {
-    std::ranges::sort(subtasks, [](const TaskRecord& left, const TaskRecord& right) {
-      return std::tie(left.sortIndex, left.recordName) < std::tie(right.sortIndex, right.recordName);
-    });
-  }
-  const auto& placements = result.data.placements;
-  result.planned =
-      GapScheduling::plannedOrder(std::move(topLevel), result.data.areas, [&](const std::string& project) {
-        const auto found = placements.find(project);
-        return found == placements.end() ? nullptr : &found->second;
-      });
-  result.startOfTomorrow = day.adding(1).localTime(0);
   return result;
 }
 
@@ -102,39 +75,36 @@ GapWidgetModel::Task taskOf(const WidgetDay& day, const TaskRecord& task) {
           .done = toggle == day.toggles.end() ? task.done : toggle->second,
           .dueDate = task.dueDate,
           .isSubtask = task.isSubtask(),
-          .canToggle = task.homeIsArea() || day.data.heldProjects.contains(task.homeRef)};
+          .canToggle = task.homeIsArea() || day.heldProjects.contains(task.homeRef)};
 }
 
 GapWidgetModel modelAt(const WidgetDay& day, Date instant) {
   GapWidgetModel model{.asOf = instant};
-  auto shown = std::ranges::find_if(day.gaps, [&](const WidgetDay::Gap& gap) {
-    return gap.start <= instant && gap.currentUntil && instant < *gap.currentUntil;
-  });
-  model.isRunning = shown != day.gaps.end();
-  if (!model.isRunning) {
-    shown = std::ranges::find_if(day.gaps, [&](const WidgetDay::Gap& gap) { return instant < gap.start; });
+  const auto* shown = day.plan.currentGap(instant);
+  model.isRunning = shown != nullptr;
+  if (!shown) {
+    shown = day.plan.nextGap(instant);
   }
-  if (shown == day.gaps.end()) {
+  if (!shown) {
     return model;
   }
   model.state = model.isRunning ? GapWidgetModel::State::currentGap : GapWidgetModel::State::nextGap;
   model.gapRecordName = shown->record.recordName;
-  model.gapClockLabel = shown->clockLabel;
-  model.gapLabel = shown->label;
-  for (const auto& task : GapScheduling::tasksInGap(shown->record, day.planned, day.data.schedules)) {
+  const auto& labels = day.labels.at(shown->record.recordName);
+  model.gapClockLabel = labels.clock;
+  model.gapLabel = labels.label;
+  for (const auto& task : shown->tasks) {
     model.tasks.push_back(taskOf(day, task));
     ++model.taskCount;
     model.doneCount += model.tasks.back().done ? 1 : 0;
-    if (const auto subtasks = day.subtasksByParent.find(task.recordName);
-        subtasks != day.subtasksByParent.end()) {
-      for (const auto& subtask : subtasks->second) {
-        model.tasks.push_back(taskOf(day, subtask));
-      }
+    for (const auto& subtask : day.plan.subtasksOf(task.recordName)) {
+      model.tasks.push_back(taskOf(day, subtask));
     }
   }
-  for (const auto& gap : day.gaps) {
-    if (instant < gap.start && gap.record.recordName != shown->record.recordName) {
-      model.upcomingGaps.push_back({gap.label, gap.clockLabel});
+  for (const auto& gap : day.plan.gaps) {
+    if (gap.start && instant < *gap.start && gap.record.recordName != shown->record.recordName) {
+      const auto& upcoming = day.labels.at(gap.record.recordName);
+      model.upcomingGaps.push_back({upcoming.label, upcoming.clock});
     }
   }
   return model;
@@ -196,7 +166,7 @@ std::vector<GapWidgetModel> GapWidgetModel::timeline(Date now, const GapWidgetEn
       instants.insert(*instant);
     }
   };
-  for (const auto& gap : day->gaps) {
+  for (const auto& gap : day->plan.gaps) {
     addLater(gap.start);
     addLater(gap.currentUntil);
   }

@@ -193,7 +193,7 @@ protected:
 };
 
 TEST_F(HostileJSONReaderTest, EachReaderReadsItsOwnFileAndRefusesHostileOnesOnlyWithItsOwnError) {
-  ASSERT_EQ(GapWidgetData::read(variedSnapshot().encodeJSON(), day).tasks.size(), 3u)
+  ASSERT_EQ(GapWidgetData::read(variedSnapshot().encodeJSON(), day).records.tasks.size(), 3u)
       << "the widget's reader decodes records of the variants";
   for (const auto& reader : readers()) {
     SCOPED_TRACE(reader.name);

@@ -129,9 +129,10 @@ TEST_F(GapEndDerivationTest, ClockChangeDaysAndLaterGapsEndOpenEndedOnes) {
     const auto expected = at(c.until.hour, c.until.minute, c.day.adding(c.until.dayOffset));
     EXPECT_EQ(GapEndDerivation::currentUntil(asked, c.day, gaps, {}, preferences_), expected)
         << c.zone << " " << c.day << " " << c.asked;
-    const auto each = GapEndDerivation::currentUntilEach(gaps, c.day, {}, preferences_);
+    const auto each = GapEndDerivation::endsOfEach(gaps, c.day, {}, preferences_);
     const auto index = std::size_t(std::ranges::find(c.times, c.asked) - c.times.begin());
-    EXPECT_EQ(each.at(index), expected) << c.zone << " " << c.day << " " << c.asked;
+    EXPECT_EQ(each.at(index).currentUntil, expected) << c.zone << " " << c.day << " " << c.asked;
+    EXPECT_EQ(each.at(index).end, GapEndDerivation::info(asked, c.day, gaps, {}, preferences_));
   }
 }
 

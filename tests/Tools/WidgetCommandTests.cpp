@@ -35,9 +35,8 @@ protected:
     planner("task schedule 2026-03-07 t-dig --gap 09:00");
     planner("task schedule 2026-03-07 t-sweep --gap 13:00");
   }
-  std::string options() const {
-    return "--tz Europe/Berlin --now 2026-03-07T08:00 --profile " + (folder_.path() / "profile").string() +
-           " ";
+  std::string options(const std::string& now = "2026-03-07T08:00") const {
+    return "--tz Europe/Berlin --now " + now + " --profile " + (folder_.path() / "profile").string() + " ";
   }
   std::string planner(const std::string& arguments) {
     const auto run = runVantrel("--offline " + options() + arguments);
@@ -104,6 +103,39 @@ TEST(WaybarLine, EndsInTheBadgeWhenRemindersWaitToBeSeen) {
     EXPECT_EQ(readJSONString(line["text"]), text) << badge;
     EXPECT_TRUE(std::string(readJSONString(line["tooltip"])).ends_with(tooltipEnd)) << badge;
     EXPECT_EQ(readJSONString(line["class"]), gapWidgetStateName(model.state)) << "the style keeps the state";
+  }
+}
+
+// The widget and the today view compute the day from one plan, read two ways (the snapshot's text, the
+// cache), so at every instant they agree on the current gap and on its tasks.
+TEST_F(WidgetCommandTest, TodayAndTheWidgetAgreeOnTheCurrentGap) {
+  planner("gap add 2026-03-07 6:00 --label Early --name g-early");
+  planner("task add Stretch --area home --name t-stretch");
+  planner("task schedule 2026-03-07 t-stretch --gap 06:00");
+  planner("task add Someday --area home --name t-loose");
+  planner("task schedule 2026-03-07 t-loose");
+  const struct {
+    std::string at;
+    std::string current;
+  } cases[] = {{"05:00", ""},          {"06:30", "g-early"}, {"08:30", ""},
+               {"09:15", "g-morning"}, {"13:30", "g-noon"},  {"21:00", ""}};
+  for (const auto& [at, current] : cases) {
+    const auto instant = "2026-03-07T" + at;
+    const auto today = parseJSON(runVantrel("--offline --json " + options(instant) + "today").output);
+    std::string currentInToday;
+    for (const auto& gap : today["gaps"].GetArray()) {
+      if (gap["current"].GetBool()) {
+        EXPECT_EQ(currentInToday, "") << at << ": two current gaps";
+        currentInToday = readJSONString(gap["recordName"]);
+      }
+    }
+    const auto entry = parseJSON(widget("--at " + instant + " --snapshot"));
+    const auto& model = entry["model"];
+    const auto shownAsCurrent = readJSONString(model["state"]) == "currentGap";
+    EXPECT_EQ(currentInToday, current) << at;
+    EXPECT_EQ(shownAsCurrent ? std::string(readJSONString(model["gapRecordName"])) : "", current) << at;
+    ASSERT_EQ(today["plannedWithoutGap"].Size(), 1u) << at;
+    EXPECT_EQ(readJSONString(today["plannedWithoutGap"][0]["recordName"]), "t-loose");
   }
 }
 
