@@ -2,6 +2,7 @@
 
 #include "Tools/vantrel/ArgumentError.hpp"
 
+#include <algorithm>
 #include <vector>
 
 namespace vantrel::cli {
@@ -25,7 +26,11 @@ void collect(const CLI::App& command, const std::string& path, std::vector<Comma
     for (const auto* option :
          scope->get_options([](const CLI::Option* option) { return !option->get_positional(); })) {
       for (const auto& name : option->get_lnames()) {
-        node.options.emplace_back("--" + name, option->get_description());
+        // A command's own option hides one of the same name above it, as it does when the program parses.
+        if (!std::ranges::any_of(node.options,
+                                 [&](const auto& known) { return known.first == "--" + name; })) {
+          node.options.emplace_back("--" + name, option->get_description());
+        }
       }
     }
   }

@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <fstream>
 #include <gtest/gtest.h>
+#include <map>
 #include <ranges>
 #include <regex>
 #include <string>
@@ -393,27 +394,45 @@ TEST(VantrelCommand, BadInputIsRefusedByNameAndChangesNothing) {
           .output.starts_with("vantrel-widget: argument 2 (the value of --at) is not UTF-8 text: byte 16"));
 }
 
-// The completion script is made from the command tree: bash completes commands at every depth, past
-// global options.
-TEST(VantrelCommand, TheBashCompletionCompletesCommandsAtEveryDepth) {
+// The completion scripts are made from the command tree: each shell completes commands at every depth,
+// past global options, and offers an option a command shares with the program once. zsh's completion
+// system needs a terminal, so its one entry point the script calls, _describe, is played by a function
+// that prints the candidates that fit the word.
+TEST(VantrelCommand, TheCompletionScriptsCompleteCommandsAtEveryDepth) {
   const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
   ASSERT_NE(binaryDir, nullptr);
   const std::string program = std::string(binaryDir) + "/Tools/vantrel/vantrel";
-  const std::pair<std::string, std::string> cases[] = {
-      {"vantrel ta", "task\n"}, {"vantrel --json task ad", "add\n"}, {"vantrel gap list --o", "--offline\n"}};
-  for (const auto& [line, expected] : cases) {
-    const auto script =
-        "source <(" + program + " completion bash); COMP_WORDS=(" + line +
-        "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vantrel; printf '%s\\n' \"${COMPREPLY[@]}\"";
-    FILE* pipe =
-        popen(("bash -c '" + std::regex_replace(script, std::regex("'"), "'\\''") + "'").c_str(), "r");
-    std::string output;
-    std::array<char, 256> buffer{};
-    while (const auto read = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
-      output.append(buffer.data(), read);
+  const std::map<std::string, std::string> scripts{
+      {"bash", "source <(" + program +
+                   " completion bash); COMP_WORDS=(LINE); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vantrel; "
+                   "printf '%s\\n' \"${COMPREPLY[@]}\""},
+      {"zsh", "compdef() { :; }; source <(" + program +
+                  " completion zsh); _describe() { local name=${@[-1]}; for entry in ${(P)name}; do "
+                  "if [[ $entry == ${words[CURRENT]}* ]]; then print -r -- ${entry%%:*}; fi; done; }; "
+                  "words=(LINE); "
+                  "CURRENT=${#words}; _vantrel"},
+      {"fish", program + " completion fish | source; complete -C'LINE' | cut -f1"},
+  };
+  const std::pair<std::string, std::string> cases[] = {{"vantrel ta", "task\n"},
+                                                       {"vantrel --json task ad", "add\n"},
+                                                       {"vantrel gap list --o", "--offline\n"},
+                                                       {"vantrel area add --co", "--color\n"}};
+  for (const auto& [shell, script] : scripts) {
+    for (const auto& [line, expected] : cases) {
+      const auto command = std::regex_replace(script, std::regex("LINE"), line);
+      FILE* pipe = popen((shell + (shell == "zsh" ? " -f" : "") + " -c '" +
+                          std::regex_replace(command, std::regex("'"), "'\\''") + "'")
+                             .c_str(),
+                         "r");
+      ASSERT_NE(pipe, nullptr);
+      std::string output;
+      std::array<char, 256> buffer{};
+      while (const auto read = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+        output.append(buffer.data(), read);
+      }
+      EXPECT_EQ(pclose(pipe), 0) << shell << ": " << line;
+      EXPECT_EQ(output, expected) << shell << ": " << line;
     }
-    pclose(pipe);
-    EXPECT_EQ(output, expected) << line;
   }
 }
 
