@@ -438,6 +438,46 @@ TEST(VantrelCommand, TheCompletionScriptsCompleteCommandsAtEveryDepth) {
 
 // A person's plans are theirs alone: whatever the umask, every folder a run makes is 0700 and every file
 // 0600, the cloud database's included.
+// Colour is for people at a terminal: never in a pipe or in JSON, and never when NO_COLOR or a dumb
+// terminal asks for none, unless --color always says so. The terminal is a pseudo-terminal from script(1).
+TEST(VantrelCommand, ColourOnlyWhereAPersonReadsIt) {
+  const char* binaryDir = std::getenv("VANTREL_BINARY_DIR");
+  ASSERT_NE(binaryDir, nullptr);
+  testing::TemporaryFolder folder;
+  const auto options =
+      "--offline --tz Europe/Berlin --now 2026-11-24T10:15 --profile " + folder.path().string() + " ";
+  const auto program = std::string(binaryDir) + "/Tools/vantrel/vantrel " + options;
+  ASSERT_EQ(testing::runVantrel(options + "demo").exitCode, 0);
+  const struct {
+    std::string environment;
+    std::string arguments;
+    bool terminal;
+    bool coloured;
+  } cases[] = {
+      {"TERM=xterm", "today", true, true},
+      {"TERM=xterm", "task list", true, true},
+      {"TERM=xterm NO_COLOR=1", "today", true, false},
+      {"TERM=dumb", "today", true, false},
+      {"TERM=xterm", "--color never today", true, false},
+      {"TERM=xterm", "--json today", true, false},
+      {"TERM=xterm", "today", false, false},
+      {"TERM=xterm NO_COLOR=1", "--color always today", false, true},
+  };
+  for (const auto& c : cases) {
+    const auto command = "env " + c.environment + " " + program + c.arguments;
+    FILE* pipe = popen((c.terminal ? "script -qec '" + command + "' /dev/null" : command).c_str(), "r");
+    ASSERT_NE(pipe, nullptr);
+    std::string output;
+    std::array<char, 4096> buffer{};
+    while (const auto read = std::fread(buffer.data(), 1, buffer.size(), pipe)) {
+      output.append(buffer.data(), read);
+    }
+    EXPECT_EQ(pclose(pipe), 0) << c.environment << " " << c.arguments;
+    EXPECT_GT(output.size(), 100u) << c.environment << " " << c.arguments;
+    EXPECT_EQ(output.find("\x1b[") != std::string::npos, c.coloured) << c.environment << " " << c.arguments;
+  }
+}
+
 TEST(VantrelCommand, EverythingAProfileHoldsIsPrivate) {
   testing::TemporaryFolder folder;
   const auto profile = folder.path() / "profile";
