@@ -1,0 +1,84 @@
+#include "VantrelCore/Bridge/YAMLScalar.hpp"
+
+#include <array>
+#include <cstdint>
+#include <cstdio>
+#include <unicode/uchar.h>
+#include <unicode/utf8.h>
+
+namespace vantrel {
+namespace {
+
+bool isPlainCharacter(UChar32 character) {
+  if (character < 0) {
+    return false;
+  }
+  if (character < 0x80) {
+    return (character >= 'a' && character <= 'z') || (character >= 'A' && character <= 'Z') ||
+           (character >= '0' && character <= '9') || character == ' ' || character == '_' ||
+           character == '-' || character == '/' || character == '.' || character == '@';
+  }
+  return (U_GET_GC_MASK(character) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK)) != 0;
+}
+
+bool isPlain(std::string_view text) {
+  // A YAML reader takes a leading "@", or a dash followed by a blank or nothing, for syntax, not text.
+  if (text.front() == ' ' || text.back() == ' ' || text.front() == '@' || text == "-" ||
+      text.starts_with("- ")) {
+    return false;
+  }
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = std::int32_t(text.size());
+  for (std::int32_t offset = 0; offset < length;) {
+    UChar32 character = 0;
+    U8_NEXT(bytes, offset, length, character);
+    if (!isPlainCharacter(character)) {
+      return false;
+    }
+  }
+  return true;
+}
+
+/// Whether YAML allows the character in a file as it is: tab, line breaks, and the printable characters.
+bool isCarriedRaw(UChar32 character) {
+  return character == '\t' || character == '\n' || character == '\r' || character == 0x85 ||
+         (character >= 0x20 && character <= 0x7E) || (character >= 0xA0 && character <= 0xD7FF) ||
+         (character >= 0xE000 && character <= 0xFFFD) || character >= 0x10000;
+}
+
+std::string escaped(UChar32 character) {
+  std::array<char, 11> buffer{};
+  std::snprintf(buffer.data(), buffer.size(), character <= 0xFF ? "\\x%02X" : "\\u%04X", unsigned(character));
+  return buffer.data();
+}
+
+} // namespace
+
+std::string YAMLScalar::quoted(std::string_view text) {
+  if (text.empty()) {
+    return "\"\"";
+  }
+  if (isPlain(text)) {
+    return std::string(text);
+  }
+  std::string result = "\"";
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = std::int32_t(text.size());
+  for (std::int32_t offset = 0; offset < length;) {
+    const auto start = offset;
+    UChar32 character = 0;
+    U8_NEXT(bytes, offset, length, character);
+    if (character == '\\' || character == '"') {
+      result += '\\';
+    }
+    if (character >= 0 && !isCarriedRaw(character)) {
+      // YAML does not allow this character in a file at all; its escape reads back as the character.
+      result += escaped(character);
+    } else {
+      result.append(text.substr(std::size_t(start), std::size_t(offset - start)));
+    }
+  }
+  return result + "\"";
+}
+
+} // namespace vantrel
