@@ -52,15 +52,71 @@ std::string escaped(UChar32 character) {
   return buffer.data();
 }
 
+/// A reader turns these into line feeds, or folds them, wherever they stand unescaped.
+bool isLineBreak(UChar32 character) {
+  return character == '\n' || character == '\r' || character == 0x85 || character == 0x2028 ||
+         character == 0x2029;
+}
+
+/// Each code point of well-formed UTF-8 text with the bytes it takes.
+template <class OnCharacter> void forEachCharacter(std::string_view text, OnCharacter onCharacter) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = std::int32_t(text.size());
+  for (std::int32_t offset = 0; offset < length;) {
+    const auto start = offset;
+    UChar32 character = 0;
+    U8_NEXT(bytes, offset, length, character);
+    onCharacter(character, text.substr(std::size_t(start), std::size_t(offset - start)));
+  }
+}
+
 } // namespace
 
+bool YAMLScalar::fitsLiteralBlock(std::string_view text) {
+  bool fits = !text.ends_with('\n');
+  forEachCharacter(text, [&](UChar32 character, std::string_view) {
+    fits =
+        fits && character >= 0 && (character == '\n' || (!isLineBreak(character) && isCarriedRaw(character)));
+  });
+  return fits;
+}
+
+std::string YAMLScalar::exactlyQuoted(std::string_view text) {
+  std::string result = "\"";
+  forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
+    switch (character) {
+    case '\\':
+    case '"':
+      result += '\\';
+      result += char(character);
+      break;
+    case '\n':
+      result += "\\n";
+      break;
+    case '\r':
+      result += "\\r";
+      break;
+    case 0x85:
+      result += "\\N";
+      break;
+    case 0x2028:
+      result += "\\L";
+      break;
+    case 0x2029:
+      result += "\\P";
+      break;
+    default:
+      result += character >= 0 && !isCarriedRaw(character) ? escaped(character) : std::string(bytes);
+    }
+  });
+  return result + "\"";
+}
+
 std::string YAMLScalar::quoted(std::string_view text) {
-  if (text.empty()) {
-    return "\"\"";
-  }
-  if (isPlain(text)) {
-    return std::string(text);
-  }
+  return !text.empty() && isPlain(text) ? std::string(text) : doubleQuoted(text);
+}
+
+std::string YAMLScalar::doubleQuoted(std::string_view text) {
   std::string result = "\"";
   const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
   const auto length = std::int32_t(text.size());
