@@ -158,7 +158,8 @@ void AtomicFileWriter::writeString(std::string_view text, const std::filesystem:
 }
 
 bool AtomicFileWriter::isOurTempFile(const std::filesystem::path& path) {
-  const std::string text = path.generic_string();
+  // The leading "/" lets the first folder of a relative path count as well.
+  const std::string text = "/" + path.generic_string();
   return text.ends_with(atomicTempSuffix) ||
          text.find("/" + std::string(atomicTempSuffix) + "/") != std::string::npos;
 }

@@ -183,7 +183,8 @@ TEST(AtomicFileWriter, RecognisesItsTempFiles) {
       {"/data/state.json.412-7.vantrel.tmp", true}, {".vantrel.tmp", true},
       {"/data/.vantrel.tmp/state.json", true},      {"/data/state.vantrel.tmp.json", false},
       {"/data/x.vantrel.tmp/state.json", false},    {"/data/.vantrel.tmpx/state.json", false},
-      {"/data/state.json.vantrel.TMP", false},
+      {"/data/state.json.vantrel.TMP", false},      {".vantrel.tmp/state.json", true},
+      {"data/.vantrel.tmp/state.json", true},       {"data/x.vantrel.tmp/state.json", false},
   };
   for (const auto& [path, ours] : cases) {
     EXPECT_EQ(AtomicFileWriter::isOurTempFile(path), ours) << path;

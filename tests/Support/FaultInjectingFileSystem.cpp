@@ -74,7 +74,7 @@ int FaultInjectingFileSystem::countChange() {
 }
 
 int FaultInjectingFileSystem::countCall(Step step) {
-  if (step != Step::close && step != Step::lock) {
+  if (step != Step::close && step != Step::lock && step != Step::read) {
     if (const int error = countChange()) {
       ++counts_[index(step)];
       return error;
@@ -127,6 +127,9 @@ void FaultInjectingFileSystem::removeFile(const std::filesystem::path& path) {
 }
 
 std::optional<std::string> FaultInjectingFileSystem::readFile(const std::filesystem::path& path) {
+  if (const int error = countCall(Step::read)) {
+    throw FileSystemError("read", path, error);
+  }
   return real_.readFile(path);
 }
 

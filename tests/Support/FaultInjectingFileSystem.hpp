@@ -14,7 +14,7 @@ namespace vantrel::testing {
 /// asked to create.
 class FaultInjectingFileSystem : public FileSystem {
 public:
-  enum class Step { create, write, syncFile, close, rename, syncDirectory, syncFileSystem, lock };
+  enum class Step { create, write, syncFile, close, rename, syncDirectory, syncFileSystem, lock, read };
 
   FaultInjectingFileSystem();
 
@@ -25,8 +25,8 @@ public:
   static constexpr int stoppedExitStatus = 137;
   /// Counts, in order, every call that changes what is on disk (create, write, fsync of a file, rename,
   /// sync of a folder or the file system, remove; not a lock, which guards files rather than changing
-  /// them); the `nth` (from 1) ends the process on the spot, before it happens, as a kill at that instant
-  /// would.
+  /// them, nor a read); the `nth` (from 1) ends the process on the spot, before it happens, as a kill at
+  /// that instant would.
   void stopProcessAtChange(int nth) { stopAtChange_ = nth; }
   /// The `nth` call that changes what is on disk fails with `errorNumber` instead, like a disk that fills.
   void failChange(int nth, int errorNumber);
@@ -61,7 +61,7 @@ private:
   int countChange();
 
   FileSystem& real_;
-  std::array<int, 8> counts_{};
+  std::array<int, 9> counts_{};
   std::map<std::pair<Step, int>, int> faults_;
   std::vector<std::filesystem::path> createRequests_;
   int changes_ = 0;
