@@ -21,22 +21,28 @@ bool isPlainCharacter(UChar32 character) {
   return (U_GET_GC_MASK(character) & (U_GC_L_MASK | U_GC_M_MASK | U_GC_N_MASK)) != 0;
 }
 
+/// Each code point of well-formed UTF-8 text with the bytes it takes.
+template <class OnCharacter> void forEachCharacter(std::string_view text, OnCharacter onCharacter) {
+  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
+  const auto length = std::int32_t(text.size());
+  for (std::int32_t offset = 0; offset < length;) {
+    const auto start = offset;
+    UChar32 character = 0;
+    U8_NEXT(bytes, offset, length, character);
+    onCharacter(character, text.substr(std::size_t(start), std::size_t(offset - start)));
+  }
+}
+
 bool isPlain(std::string_view text) {
   // A YAML reader takes a leading "@", or a dash followed by a blank or nothing, for syntax, not text.
   if (text.front() == ' ' || text.back() == ' ' || text.front() == '@' || text == "-" ||
       text.starts_with("- ")) {
     return false;
   }
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  const auto length = std::int32_t(text.size());
-  for (std::int32_t offset = 0; offset < length;) {
-    UChar32 character = 0;
-    U8_NEXT(bytes, offset, length, character);
-    if (!isPlainCharacter(character)) {
-      return false;
-    }
-  }
-  return true;
+  bool plain = true;
+  forEachCharacter(
+      text, [&](UChar32 character, std::string_view) { plain = plain && isPlainCharacter(character); });
+  return plain;
 }
 
 /// Whether YAML allows the character in a file as it is: tab, line breaks, and the printable characters.
@@ -56,18 +62,6 @@ std::string escaped(UChar32 character) {
 bool isLineBreak(UChar32 character) {
   return character == '\n' || character == '\r' || character == 0x85 || character == 0x2028 ||
          character == 0x2029;
-}
-
-/// Each code point of well-formed UTF-8 text with the bytes it takes.
-template <class OnCharacter> void forEachCharacter(std::string_view text, OnCharacter onCharacter) {
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  const auto length = std::int32_t(text.size());
-  for (std::int32_t offset = 0; offset < length;) {
-    const auto start = offset;
-    UChar32 character = 0;
-    U8_NEXT(bytes, offset, length, character);
-    onCharacter(character, text.substr(std::size_t(start), std::size_t(offset - start)));
-  }
 }
 
 } // namespace
@@ -118,22 +112,13 @@ std::string YAMLScalar::quoted(std::string_view text) {
 
 std::string YAMLScalar::doubleQuoted(std::string_view text) {
   std::string result = "\"";
-  const auto* bytes = reinterpret_cast<const std::uint8_t*>(text.data());
-  const auto length = std::int32_t(text.size());
-  for (std::int32_t offset = 0; offset < length;) {
-    const auto start = offset;
-    UChar32 character = 0;
-    U8_NEXT(bytes, offset, length, character);
+  forEachCharacter(text, [&](UChar32 character, std::string_view bytes) {
     if (character == '\\' || character == '"') {
       result += '\\';
     }
-    if (character >= 0 && !isCarriedRaw(character)) {
-      // YAML does not allow this character in a file at all; its escape reads back as the character.
-      result += escaped(character);
-    } else {
-      result.append(text.substr(std::size_t(start), std::size_t(offset - start)));
-    }
-  }
+    // A character YAML does not allow in a file at all is escaped; its escape reads back as the character.
+    result += character >= 0 && !isCarriedRaw(character) ? escaped(character) : std::string(bytes);
+  });
   return result + "\"";
 }
 
