@@ -140,14 +140,7 @@ void writeTasks(JSONWriter& json, const std::vector<TaskRecord>& tasks, const Da
   json.startArray();
   for (const auto& task : tasks) {
     json.startObject();
-    json.key("recordName");
-    json.string(task.recordName);
-    json.key("title");
-    json.string(task.title);
-    json.key("done");
-    json.boolean(task.done);
-    json.key("due");
-    RecordReport::instant(json, task.dueDate);
+    RecordReport::taskKeys(json, task);
     json.key("subtasks");
     writeTasks(json, view.subtasksOf(task.recordName), view);
     json.endObject();

@@ -98,8 +98,7 @@ void RecordReport::areaHeader(JSONWriter& json, const AreaSectionRecord& header)
   json.endObject();
 }
 
-void RecordReport::task(JSONWriter& json, const TaskRecord& task) const {
-  json.startObject();
+void RecordReport::taskKeys(JSONWriter& json, const TaskRecord& task) {
   json.key("recordName");
   json.string(task.recordName);
   json.key("title");
@@ -108,6 +107,11 @@ void RecordReport::task(JSONWriter& json, const TaskRecord& task) const {
   json.boolean(task.done);
   json.key("due");
   instant(json, task.dueDate);
+}
+
+void RecordReport::task(JSONWriter& json, const TaskRecord& task) const {
+  json.startObject();
+  taskKeys(json, task);
   reference(json, "home", task.homeRef, homeName(task));
   json.key("homeIsArea");
   json.boolean(task.homeIsArea());

@@ -29,6 +29,9 @@ public:
   std::string homeName(const TaskRecord& task) const;
 
   static void instant(JSONWriter& json, const std::optional<Date>& instant);
+  /// The keys every task report starts with, inside an object the caller opened: "recordName", "title",
+  /// "done", "due".
+  static void taskKeys(JSONWriter& json, const TaskRecord& task);
   static void text(JSONWriter& json, const std::optional<std::string>& text);
 
 private:

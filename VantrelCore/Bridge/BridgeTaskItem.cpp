@@ -2,6 +2,7 @@
 
 #include "VantrelCore/Bridge/YAMLNode.hpp"
 #include "VantrelCore/Bridge/YAMLParseError.hpp"
+#include "VantrelCore/Model/LastEditedFormat.hpp"
 
 namespace vantrel {
 
@@ -16,6 +17,20 @@ std::optional<CalendarDate> readBridgeDay(const YAMLNode& mapping, std::string_v
                          "'" + std::string(key) + "' must be a day written YYYY-MM-DD, not '" + *text + "'");
   }
   return day;
+}
+
+std::optional<Date> readBridgeInstant(const YAMLNode& mapping, std::string_view key) {
+  const auto text = mapping.optionalText(key);
+  if (!text) {
+    return std::nullopt;
+  }
+  const auto instant = LastEditedFormat::date(*text);
+  if (!instant) {
+    throw YAMLParseError(mapping.fileLabel(), mapping.find(key)->line(),
+                         "'" + std::string(key) + "' must be an instant written YYYY-MM-DDTHH:MM:SSZ, not '" +
+                             *text + "'");
+  }
+  return instant;
 }
 
 BridgeTaskItem BridgeTaskItem::read(const YAMLNode& item) {

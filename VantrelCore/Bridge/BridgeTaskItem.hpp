@@ -1,6 +1,7 @@
 #pragma once
 
 #include "VantrelCore/Model/CalendarDate.hpp"
+#include "VantrelCore/Platform/Date.hpp"
 
 #include <optional>
 #include <string>
@@ -43,5 +44,7 @@ struct BridgeTaskItem {
 
 /// A day written YYYY-MM-DD under `key`; none when absent. Throws YAMLParseError for anything else.
 std::optional<CalendarDate> readBridgeDay(const YAMLNode& mapping, std::string_view key);
+/// An instant written YYYY-MM-DDTHH:MM:SSZ under `key`; none when absent. Throws YAMLParseError otherwise.
+std::optional<Date> readBridgeInstant(const YAMLNode& mapping, std::string_view key);
 
 } // namespace vantrel

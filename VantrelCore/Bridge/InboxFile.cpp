@@ -1,9 +1,8 @@
 #include "VantrelCore/Bridge/InboxFile.hpp"
 
+#include "VantrelCore/Bridge/BridgeTaskItem.hpp"
 #include "VantrelCore/Bridge/YAMLDocument.hpp"
 #include "VantrelCore/Bridge/YAMLNode.hpp"
-#include "VantrelCore/Bridge/YAMLParseError.hpp"
-#include "VantrelCore/Model/LastEditedFormat.hpp"
 
 namespace vantrel {
 
@@ -15,15 +14,8 @@ InboxFile InboxFile::parse(std::string_view text, std::string fileLabel) {
     entry.expectMapping("an inbox item");
     InboxFile::Item item{.id = entry.optionalText("id"),
                          .title = entry.requiredText("title"),
+                         .captured = readBridgeInstant(entry, "captured"),
                          .notes = entry.optionalText("notes")};
-    if (const auto captured = entry.optionalText("captured")) {
-      item.captured = LastEditedFormat::date(*captured);
-      if (!item.captured) {
-        throw YAMLParseError(entry.fileLabel(), entry.find("captured")->line(),
-                             "'captured' must be an instant written YYYY-MM-DDTHH:MM:SSZ, not '" + *captured +
-                                 "'");
-      }
-    }
     file.items.push_back(std::move(item));
   }
   return file;

@@ -3,7 +3,6 @@
 #include "VantrelCore/Bridge/YAMLDocument.hpp"
 #include "VantrelCore/Bridge/YAMLNode.hpp"
 #include "VantrelCore/Bridge/YAMLParseError.hpp"
-#include "VantrelCore/Model/LastEditedFormat.hpp"
 
 namespace vantrel {
 
@@ -18,15 +17,8 @@ ProjectFile ProjectFile::parse(std::string_view text, std::string fileLabel) {
                                .name = project->requiredText("name"),
                                .status = project->requiredText("status"),
                                .purpose = project->optionalText("purpose"),
-                               .dueDate = readBridgeDay(*project, "due_date")}};
-  if (const auto lastEdited = project->optionalText("last_edited")) {
-    file.project.lastEdited = LastEditedFormat::date(*lastEdited);
-    if (!file.project.lastEdited) {
-      throw YAMLParseError(root.fileLabel(), project->find("last_edited")->line(),
-                           "'last_edited' must be an instant written YYYY-MM-DDTHH:MM:SSZ, not '" +
-                               *lastEdited + "'");
-    }
-  }
+                               .dueDate = readBridgeDay(*project, "due_date"),
+                               .lastEdited = readBridgeInstant(*project, "last_edited")}};
   if (const auto* me = project->optionalMapping("me")) {
     file.project.pinned = me->optionalBoolean("pinned").value_or(false);
     file.project.sortIndex = me->optionalInteger("sort_index");
